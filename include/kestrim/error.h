@@ -1,0 +1,557 @@
+/*
+ * Error codes: the three vocabularies and the functions that turn a code into text.
+ *
+ * A code is an unsigned 32-bit value, 0 for success:
+ *
+ *   bits 24-31   the module that failed           ZRC_L_*
+ *   bits 16-23   the function inside that module  ZRC_F_*, numbered per module from 1
+ *   bits  8-15   always 0
+ *   bits  0-7    the reason                       ZRC_ERR_*
+ *
+ * 0x0501002B, for instance, is ZRC_L_BLOCK_CIPHER, ZRC_F_INIT_BLOCKCIPHER, ZRC_ERR_INVALID_INPUT.
+ * A few spellings (METEX, SYMMETIC, PRAMS, ADRESS, NOT_FOUNDED, INI_BIGINT) are the vocabulary's own.
+ */
+#ifndef KESTRIM_ERROR_H
+#define KESTRIM_ERROR_H
+
+#include "kestrim/base.h"
+
+ZRC_BEGIN_DECLS
+
+/* Modules: bits 24-31 of a code. 0x1E is unassigned. */
+enum {
+    ZRC_L_AES_INTERFACE = 0x01,
+    ZRC_L_ARIA_INTERFACE = 0x02,
+    ZRC_L_BF_INTERFACE = 0x03,
+    ZRC_L_BIGINT = 0x04,
+    ZRC_L_BLOCK_CIPHER = 0x05,
+    ZRC_L_CBC_MAC = 0x06,
+    ZRC_L_DES_EDE_INTERFACE = 0x07,
+    ZRC_L_DES_INTERFACE = 0x08,
+    ZRC_L_DES_MAC = 0x09,
+    ZRC_L_DIGEST = 0x0A,
+    ZRC_L_DRBG = 0x0B,
+    ZRC_L_DSA = 0x0C,
+    ZRC_L_FOUNDATION = 0x0D,
+    ZRC_L_HAS160 = 0x0E,
+    ZRC_L_HMAC = 0x0F,
+    ZRC_L_KCDSA = 0x10,
+    ZRC_L_KEY = 0x11,
+    ZRC_L_MD5 = 0x12,
+    ZRC_L_MDC2 = 0x13,
+    ZRC_L_PRNG = 0x14,
+    ZRC_L_RC2_INTERFACE = 0x15,
+    ZRC_L_RC4_INTERFACE = 0x16,
+    ZRC_L_RC5_INTERFACE = 0x17,
+    ZRC_L_RSA = 0x18,
+    ZRC_L_SEED_INTERFACE = 0x19,
+    ZRC_L_SELF_TEST = 0x1A,
+    ZRC_L_SHA = 0x1B,
+    ZRC_L_ENTROPY = 0x1C,
+    ZRC_L_METEX_LOCK = 0x1D,
+    ZRC_L_LEA_INTERFACE = 0x1F,
+    ZRC_L_DH = 0x20,
+    ZRC_L_ECDSA = 0x21
+};
+
+/*
+ * Functions: bits 16-23 of a code. A number is unique only within its module.
+ */
+
+/* ZRC_L_FOUNDATION */
+enum {
+    ZRC_F_CHANGE_NON_PROVENMODE = 1
+};
+
+/* ZRC_L_METEX_LOCK */
+enum {
+    ZRC_F_INIT_LOCK = 1,
+    ZRC_F_WAIT_LOCK = 2,
+    ZRC_F_RELEASE_LOCK = 3,
+    ZRC_F_CLEAR_LOCK = 4
+};
+
+/* ZRC_L_SELF_TEST */
+enum {
+    ZRC_F_LIB_INTEGRITY_CHECK = 1,
+    ZRC_F_CONTEXT_CHECK = 2,
+    ZRC_F_VERSION_CHECK = 3,
+    ZRC_F_ENTROPY_CHECK = 4,
+    ZRC_F_DRBG_CHECK = 5,
+    ZRC_F_HMAC_CHECK = 6,
+    ZRC_F_DIGEST_CHECK = 7,
+    ZRC_F_SYMMETIC_KEY_CHECK = 8,
+    ZRC_F_SYMMETIC_ALGORITHM_CHECK = 9,
+    ZRC_F_ASYMMETIC_KEY_CHECK = 10,
+    ZRC_F_RSAES_OAEP_CHECK = 11,
+    ZRC_F_RSASSA_CHECK = 12
+};
+
+/* ZRC_L_DIGEST */
+enum {
+    ZRC_F_INIT_DIGEST = 1,
+    ZRC_F_UPDATE_DIGEST = 2,
+    ZRC_F_FINAL_DIGEST = 3,
+    ZRC_F_INIT_DIGEST_ALG = 4,
+    ZRC_F_DIGEST = 5
+};
+
+/* ZRC_L_SHA */
+enum {
+    ZRC_F_INIT_SHA1 = 1,
+    ZRC_F_UPDATE_SHA1 = 2,
+    ZRC_F_FINAL_SHA1 = 3,
+    ZRC_F_COMP_SHA1 = 4,
+    ZRC_F_INIT_SHA224 = 5,
+    ZRC_F_UPDATE_SHA224 = 6,
+    ZRC_F_FINAL_SHA224 = 7,
+    ZRC_F_INIT_SHA256 = 8,
+    ZRC_F_UPDATE_SHA256 = 9,
+    ZRC_F_FINAL_SHA256 = 10,
+    ZRC_F_COMP_SHA256 = 11,
+    ZRC_F_INIT_SHA384 = 12,
+    ZRC_F_UPDATE_SHA384 = 13,
+    ZRC_F_FINAL_SHA384 = 14,
+    ZRC_F_INIT_SHA512 = 15,
+    ZRC_F_UPDATE_SHA512 = 32,
+    ZRC_F_FINAL_SHA512 = 33
+};
+
+/* ZRC_L_MD5 */
+enum {
+    ZRC_F_INIT_MD5 = 1,
+    ZRC_F_UPDATE_MD5 = 2,
+    ZRC_F_FINAL_MD5 = 3
+};
+
+/* ZRC_L_HAS160 */
+enum {
+    ZRC_F_INIT_HAS160 = 1,
+    ZRC_F_UPDATE_HAS160 = 2,
+    ZRC_F_FINAL_HAS160 = 3
+};
+
+/* ZRC_L_MDC2 */
+enum {
+    ZRC_F_INIT_MDC2 = 1,
+    ZRC_F_UPDATE_MDC2 = 2,
+    ZRC_F_FINAL_MDC2 = 3
+};
+
+/* ZRC_L_HMAC */
+enum {
+    ZRC_F_INIT_HMAC = 1,
+    ZRC_F_UPDATE_HMAC = 2,
+    ZRC_F_FINAL_HMAC = 3,
+    ZRC_F_HMAC = 4
+};
+
+/* ZRC_L_CBC_MAC */
+enum {
+    ZRC_F_INIT_CBC_MAC = 1,
+    ZRC_F_UPDATE_CBC_MAC = 2,
+    ZRC_F_FINAL_CBC_MAC = 3,
+    ZRC_F_CBC_MAC = 4
+};
+
+/* ZRC_L_DES_MAC */
+enum {
+    ZRC_F_DES_MAC = 1
+};
+
+/* ZRC_L_BLOCK_CIPHER */
+enum {
+    ZRC_F_INIT_BLOCKCIPHER = 1,
+    ZRC_F_UPDATE_BLOCKCIPHER = 2,
+    ZRC_F_UPDATE_ENCRYPTION = 3,
+    ZRC_F_UPDATE_DECRYPTION = 4,
+    ZRC_F_FINAL_BLOCKCIPHER = 5,
+    ZRC_F_FINAL_ENCRYPTION = 6,
+    ZRC_F_FINAL_DECRYPTION = 7,
+    ZRC_F_BLOCKCIPHER = 8,
+    ZRC_F_INIT_ALGORITHM = 9,
+    ZRC_F_INIT_ADVANCED_BLOCKCIPHER = 10,
+    ZRC_F_DO_FINAL_ADVANCED_BLOCKCIPHER = 11
+};
+
+/* ZRC_L_AES_INTERFACE */
+enum {
+    ZRC_F_INIT_AES_KEY = 1,
+    ZRC_F_INIT_AES = 2,
+    ZRC_F_DO_AES_ECB = 3,
+    ZRC_F_DO_AES_CBC = 4,
+    ZRC_F_DO_AES_CFB = 5,
+    ZRC_F_DO_AES_OFB = 6,
+    ZRC_F_DO_AES_CTR = 7
+};
+
+/* ZRC_L_ARIA_INTERFACE */
+enum {
+    ZRC_F_INIT_ARIA_KEY = 1,
+    ZRC_F_INIT_ARIA = 2,
+    ZRC_F_DO_ARIA_ECB = 3,
+    ZRC_F_DO_ARIA_CBC = 4,
+    ZRC_F_DO_ARIA_CFB = 5,
+    ZRC_F_DO_ARIA_OFB = 6,
+    ZRC_F_DO_ARIA_CTR = 7
+};
+
+/* ZRC_L_BF_INTERFACE */
+enum {
+    ZRC_F_INIT_BF_KEY = 1,
+    ZRC_F_INIT_BF = 2,
+    ZRC_F_DO_BF_ECB = 3,
+    ZRC_F_DO_BF_CBC = 4,
+    ZRC_F_DO_BF_CFB = 5,
+    ZRC_F_DO_BF_OFB = 6,
+    ZRC_F_DO_BF_CTR = 7
+};
+
+/* ZRC_L_LEA_INTERFACE */
+enum {
+    ZRC_F_INIT_LEA_KEY = 1,
+    ZRC_F_INIT_LEA = 2,
+    ZRC_F_DO_LEA_ECB = 3,
+    ZRC_F_DO_LEA_CBC = 4,
+    ZRC_F_DO_LEA_CFB = 5,
+    ZRC_F_DO_LEA_OFB = 6,
+    ZRC_F_DO_LEA_CTR = 7
+};
+
+/* ZRC_L_SEED_INTERFACE */
+enum {
+    ZRC_F_INIT_SEED_KEY = 1,
+    ZRC_F_INIT_SEED = 2,
+    ZRC_F_DO_SEED_CBC = 3,
+    ZRC_F_DO_SEED_CFB = 4,
+    ZRC_F_DO_SEED_ECB = 5,
+    ZRC_F_DO_SEED_OFB = 6,
+    ZRC_F_DO_SEED_CTR = 7
+};
+
+/* ZRC_L_DES_INTERFACE */
+enum {
+    ZRC_F_INIT_DES_KEY = 1,
+    ZRC_F_DO_DES_ECB = 2,
+    ZRC_F_DO_DES_CBC = 3,
+    ZRC_F_DO_DES_CFB = 4,
+    ZRC_F_DO_DES_OFB = 5,
+    ZRC_F_DO_DES_CTR = 6
+};
+
+/* ZRC_L_DES_EDE_INTERFACE */
+enum {
+    ZRC_F_INIT_DES_EDE_KEY = 1,
+    ZRC_F_DO_DES_EDE_ECB = 2,
+    ZRC_F_DO_DES_EDE_CBC = 3,
+    ZRC_F_DO_DES_EDE_CFB = 4,
+    ZRC_F_DO_DES_EDE_OFB = 5,
+    ZRC_F_DO_DES_EDE_CTR = 6,
+    ZRC_F_INIT_ENCRYPT_DES_EDE_KEY = 7
+};
+
+/* ZRC_L_RC2_INTERFACE */
+enum {
+    ZRC_F_INIT_RC2_KEY = 1
+};
+
+/* ZRC_L_RC5_INTERFACE */
+enum {
+    ZRC_F_INIT_RC5_KEY = 1,
+    ZRC_F_DO_RC5_ECB = 2,
+    ZRC_F_DO_RC5_CBC = 3,
+    ZRC_F_DO_RC5_CFB = 4,
+    ZRC_F_DO_RC5_OFB = 5,
+    ZRC_F_DO_RC5_CTR = 6
+};
+
+/* ZRC_L_BIGINT */
+enum {
+    ZRC_F_INIT_BIGINT = 1,
+    ZRC_F_FREE_BIGINT = 2,
+    ZRC_F_ADD_BIGINT_WORD = 3,
+    ZRC_F_SUB_BIGINT_WORD = 4,
+    ZRC_F_MTP_BIGINT_WORD = 5,
+    ZRC_F_GCD_BIGINT = 6,
+    ZRC_F_MOD_INVERSE_BIGINT = 7,
+    ZRC_F_FREE_BIGINT_MONT = 8,
+    ZRC_F_SET_BIGINT_MONT = 9,
+    ZRC_F_MOD_EXP_MONT_BIGINT = 10,
+    ZRC_F_MOD_MUL_BIGINT_MONTGOMERY = 11,
+    ZRC_F_BIGINT_FROM_MONTGOMERY = 12,
+    ZRC_F_ADD_BIGINT = 13,
+    ZRC_F_SUB_BIGINT = 14,
+    ZRC_F_MOD_SUB_BIGINT = 15,
+    ZRC_F_DIV_BIGINT = 16,
+    ZRC_F_SQR_BIGINT = 17,
+    ZRC_F_MTP_BIGINT = 18,
+    ZRC_F_MOD_MTP_BIGINT = 19,
+    ZRC_F_MOD_EXP_BIGINT = 20,
+    ZRC_F_LEFT_SHIFT_BIGINT = 21,
+    ZRC_F_RIGHT_SHIFT_BIGINT = 22,
+    ZRC_F_RAND_BIGINT_EX = 23,
+    ZRC_F_RAND_BIGINT = 24,
+    ZRC_F_FREE_BIGINT_POOL = 25,
+    ZRC_F_CLEAR_BIGINT_POOL = 26,
+    ZRC_F_START_BIGINT_POOL = 27,
+    ZRC_F_FINISH_BIGINT_POOL = 28,
+    ZRC_F_RELEASE_BIGINT_POOL = 29,
+    ZRC_F_GENERATE_BIGINT_PRIME = 30,
+    ZRC_F_COPY_BIGINT = 31,
+    ZRC_F_SET_BIGINT_WORD = 32,
+    ZRC_F_SET_BIGINT_BIT = 33
+};
+
+/* ZRC_L_ENTROPY */
+enum {
+    ZRC_F_ADD_ENTROPY = 1,
+    ZRC_F_COLLECT_ENTROPY = 2,
+    ZRC_F_DIGEST_ENTROPY = 3,
+    ZRC_F_GET_ENTROPY = 4,
+    ZRC_F_GET_ENTROPY_INPUT = 5,
+    ZRC_F_GET_ENTROPY_AND_NONCE_INPUT = 6
+};
+
+/* ZRC_L_DRBG */
+enum {
+    ZRC_F_INIT_DRBG = 1,
+    ZRC_F_INSTANTIATE_DRBG = 2,
+    ZRC_F_RESEED_DRBG = 3,
+    ZRC_F_GENERATE_DRBG = 4,
+    ZRC_F_RAND_BYTES_DRBG = 5,
+    ZRC_F_INIT_HASHDRBG = 7,
+    ZRC_F_INSTANTIATE_HASHDRBG = 8,
+    ZRC_F_RESEED_HASHDRBG = 9,
+    ZRC_F_GENERATE_HASHDRBG = 10
+};
+
+/* ZRC_L_PRNG */
+enum {
+    ZRC_F_INIT_PRNG = 1,
+    ZRC_F_INIT_GFUNC_ALG = 2,
+    ZRC_F_GET_INNER_RAND = 3,
+    ZRC_F_GET_RAND = 4,
+    ZRC_F_GET_RAND_BIGINT = 5,
+    ZRC_F_GET_RAND_BIGINT_EX = 6,
+    ZRC_F_RAND_BYTES = 6,
+    ZRC_F_INIT_PRNG_ALG = 7
+};
+
+/* ZRC_L_RSA */
+enum {
+    ZRC_F_SET_RSA_PRAMS = 1,
+    ZRC_F_SET_RSA_PUBLIC_PRAMS = 2,
+    ZRC_F_INIT_RSASSA = 3,
+    ZRC_F_UPDATE_RSASSA = 4,
+    ZRC_F_FINAL_RSASSA = 5,
+    ZRC_F_SIGN_RSASSA = 6,
+    ZRC_F_VERIFY_RSASSA = 7,
+    ZRC_F_INIT_RSAES = 8,
+    ZRC_F_ENCRYPT_RSAES = 9,
+    ZRC_F_DECRYPT_RSAES = 10,
+    ZRC_F_GENERATE_RSA_PARAMS_EX = 11,
+    ZRC_F_GENERATE_RSA_PARAMS = 12,
+    ZRC_F_CHECK_PKCS1_v1_5_ENCODE = 13,
+    ZRC_F_PKCS1_MGF1 = 14,
+    ZRC_F_ADD_RSASSA_ENCODING = 15,
+    ZRC_F_CHECK_RSASSA_PKCS1_PSS_ENCODE = 16
+};
+
+/* ZRC_L_DSA */
+enum {
+    ZRC_F_SET_DSA_PARAMS = 1,
+    ZRC_F_INIT_DSA = 2,
+    ZRC_F_UPDATE_DSA = 3,
+    ZRC_F_FINAL_DSA = 4,
+    ZRC_F_SIGN_DSA = 5,
+    ZRC_F_VERIFY_DSA = 6,
+    ZRC_F_GENERATE_DSA_PARAMS = 7,
+    ZRC_F_GENERATE_DSA_KEY_PAIR = 8,
+    ZRC_F_GENERATE_DSA_KEY = 9
+};
+
+/* ZRC_L_KCDSA */
+enum {
+    ZRC_F_GENERATE_KCDSA_PARAMS_EX = 1,
+    ZRC_F_GENERATE_KCDSA_PARAMS = 2,
+    ZRC_F_GET_RAND_KCDSA_BIGINT = 3,
+    ZRC_F_GENERATE_KCDSA_KEY_PAIR_EX = 4,
+    ZRC_F_GENERATE_KCDSA_KEY_PAIR = 5,
+    ZRC_F_SET_KCDSA_PARAMS = 6,
+    ZRC_F_INIT_KCDSA_EX = 7,
+    ZRC_F_INIT_KCDSA = 8,
+    ZRC_F_UPDATE_KCDSA = 9,
+    ZRC_F_FINAL_KCDSA = 10,
+    ZRC_F_SIGN_KCDSA = 11,
+    ZRC_F_VERIFY_KCDSA = 12
+};
+
+/* ZRC_L_DH */
+enum {
+    ZRC_F_INIT_DH = 1,
+    ZRC_F_INIT_DH_PARAMS = 2,
+    ZRC_F_GENERATE_DH_PARAMS = 3,
+    ZRC_F_GENERATE_DH_KEY_PAIR = 4,
+    ZRC_F_COMPUTE_KEY = 5
+};
+
+/* ZRC_L_ECDSA */
+enum {
+    ZRC_F_INIT_ECDSA = 1,
+    ZRC_F_UPDATE_ECDSA = 2,
+    ZRC_F_FINAL_ECDSA = 3,
+    ZRC_F_SIGN_ECDSA = 4,
+    ZRC_F_VERIFY_ECDSA = 5
+};
+
+/* Reasons: bits 0-7 of a code. */
+enum {
+    ZRC_ERR_ADD_BIGINT_FAIL = 0x01,
+    ZRC_ERR_BIGINT_FROM_MONTGOMERY_FAIL = 0x02,
+    ZRC_ERR_BIGINT_MEM_EXPAND_FAILURE = 0x03,
+    ZRC_ERR_BIGINT_TO_MONTGOMERY_FAIL = 0x04,
+    ZRC_ERR_BINARY_TO_BIGINT_FAIL = 0x05,
+    ZRC_ERR_BUF_TOO_SMALL = 0x06,
+    ZRC_ERR_CANNOT_CLOSE_STREAM = 0x07,
+    ZRC_ERR_CANNOT_OPEN_STREAM = 0x08,
+    ZRC_ERR_CIPHER_DECRYPT_FAILURE = 0x09,
+    ZRC_ERR_CIPHER_ENCRYPT_FAILURE = 0x0A,
+    ZRC_ERR_CMP_BIGINT_FAIL = 0x0B,
+    ZRC_ERR_COMPARE_FAIL = 0x0C,
+    ZRC_ERR_COPY_BIGINT_FAIL = 0x0D,
+    ZRC_ERR_DECODING_FAILURE = 0x0E,
+    ZRC_ERR_DIGEST_FAIL = 0x0F,
+    ZRC_ERR_DIV_BIGINT_FAIL = 0x10,
+    ZRC_ERR_DIVIDE_BY_ZERO = 0x11,
+    ZRC_ERR_ENCODING_FAILURE = 0x12,
+    ZRC_ERR_END_OF_STREAM = 0x13,
+    ZRC_ERR_ENTROPY_FAIL = 0x14,
+    ZRC_ERR_EUCLID_FAIL = 0x15,
+    ZRC_ERR_EXPAND_BIGINT_WORD = 0x16,
+    ZRC_ERR_FINAL_BLOCKCIPHER_FAIL = 0x17,
+    ZRC_ERR_FINAL_DIGEST_FAIL = 0x18,
+    ZRC_ERR_FINAL_FAILURE = 0x19,
+    ZRC_ERR_GET_ADRESS_LOADLIBRARY = 0x1A,
+    ZRC_ERR_GET_BIGINT_POOL_FAIL = 0x1B,
+    ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL = 0x1C,
+    ZRC_ERR_GET_RAND_FAIL = 0x1D,
+    ZRC_ERR_HASH_DF_FAIL = 0x1E,
+    ZRC_ERR_HASH_GEN_FAIL = 0x1F,
+    ZRC_ERR_INI_BIGINT_FAIL = 0x20,
+    ZRC_ERR_INIT_BLOCKCIPHER_FAIL = 0x21,
+    ZRC_ERR_INIT_DIGEST_FAIL = 0x22,
+    ZRC_ERR_INIT_FAILURE = 0x23,
+    ZRC_ERR_INIT_KEY_FAILURE = 0x24,
+    ZRC_ERR_INIT_PRNG_FAIL = 0x25,
+    ZRC_ERR_INPUT_BUF_TOO_BIG = 0x26,
+    ZRC_ERR_INPUT_BUF_TOO_SHORT = 0x27,
+    ZRC_ERR_INTERNAL = 0x28,
+    ZRC_ERR_INVALID_ALGORITHM_ID = 0x29,
+    ZRC_ERR_INVALID_ENCODE_MODE = 0x2A,
+    ZRC_ERR_INVALID_INPUT = 0x2B,
+    ZRC_ERR_INVALID_IV_LENGTH = 0x2C,
+    ZRC_ERR_INVALID_KEY_LENGTH = 0x2D,
+    ZRC_ERR_INVALID_KEY_PAIR = 0x2E,
+    ZRC_ERR_INVALID_OPERATION_MASK = 0x2F,
+    ZRC_ERR_INVALID_OUTPUT = 0x30,
+    ZRC_ERR_INVALID_PADDING = 0x31,
+    ZRC_ERR_INVALID_PASSWORD = 0x32,
+    ZRC_ERR_INVALID_RSA_ENCODING = 0x33,
+    ZRC_ERR_INVALID_UNIT = 0x34,
+    ZRC_ERR_IO_EOF = 0x35,
+    ZRC_ERR_IS_BIGINT_PRIME = 0x36,
+    ZRC_ERR_IS_BIGINT_ZERO_FAIL = 0x37,
+    ZRC_ERR_KEY_GEN_FAIL = 0x38,
+    ZRC_ERR_LEFT_SHIFT_BIGINT_FAIL = 0x39,
+    ZRC_ERR_MALLOC = 0x3A,
+    ZRC_ERR_MEM_ALLOC = 0x3B,
+    ZRC_ERR_MEMORY_ALLOC = 0x3C,
+    ZRC_ERR_MESSAGE_TOO_LONG = 0x3D,
+    ZRC_ERR_MOD_BIGINT_FAIL = 0x3E,
+    ZRC_ERR_MOD_EXP_BIGINT_FAIL = 0x3F,
+    ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL = 0x40,
+    ZRC_ERR_MOD_INVERSE_BIGINT_FAIL = 0x41,
+    ZRC_ERR_MOD_MTP_BIGINT_FAIL = 0x42,
+    ZRC_ERR_MOD_MUL_BIGINT_MONTGOMERY_FAIL = 0x43,
+    ZRC_ERR_MTP_BIGINT_FAIL = 0x44,
+    ZRC_ERR_NO_PRIVATE_VALUE = 0x45,
+    ZRC_ERR_NO_PUBLIC_VALUE = 0x46,
+    ZRC_ERR_NOT_FOUNDED = 0x47,
+    ZRC_ERR_NOT_SUPPORTED = 0x48,
+    ZRC_ERR_NULL_INPUT = 0x49,
+    ZRC_ERR_NULL_IV_VALUE = 0x4A,
+    ZRC_ERR_NULL_XKEY_VALUE = 0x4B,
+    ZRC_ERR_OPERATE_FUNCTION = 0x4C,
+    ZRC_ERR_RAND_BIGINT_FAIL = 0x4D,
+    ZRC_ERR_RANDOM_GEN_FAILURE = 0x4E,
+    ZRC_ERR_READ_FROM_BINARY = 0x4F,
+    ZRC_ERR_READ_FROM_FILE = 0x50,
+    ZRC_ERR_RIGHT_SHIFT_BIGINT_FAIL = 0x51,
+    ZRC_ERR_SET_BIGINT_FAIL = 0x52,
+    ZRC_ERR_SIGN_DSA_FAIL = 0x53,
+    ZRC_ERR_SIGN_FAILURE = 0x54,
+    ZRC_ERR_SIGNATURE_TOO_LONG = 0x55,
+    ZRC_ERR_SQR_BIGINT_FAIL = 0x56,
+    ZRC_ERR_START_BIGINT_POOL_FAIL = 0x57,
+    ZRC_ERR_SUB_BIGINT_FAIL = 0x58,
+    ZRC_ERR_SUB_OPERATION_FAILURE = 0x59,
+    ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL = 0x5A,
+    ZRC_ERR_UPDATE_DIGEST_FAIL = 0x5B,
+    ZRC_ERR_UPDATE_FAILURE = 0x5C,
+    ZRC_ERR_VERIFY_DSA_FAIL = 0x5D,
+    ZRC_ERR_VERIFY_FAILURE = 0x5E,
+    ZRC_ERR_WRITE_TO_BINARY = 0x5F,
+    ZRC_ERR_WRITE_TO_FILE = 0x60,
+    ZRC_ERR_MUTEX_LOCK_FAIL = 0x61,
+    ZRC_ERR_MUTEX_UNLOCK_FAIL = 0x62,
+    ZRC_ERR_INIT_DRBG_FAIL = 0x63,
+    ZRC_ERR_INSTANTIATE_DRBG_FAIL = 0x64,
+    ZRC_ERR_RESEED_DRBG_FAIL = 0x65,
+    ZRC_ERR_GENERATE_DRBG_FAIL = 0x66,
+    ZRC_ERR_CONDITION_TEST_FAIL = 0x67,
+    ZRC_ERR_NOT_PROVEN_ALGORITHM = 0xF0,
+    ZRC_ERR_NOT_CHANGE_NONPROVEN = 0xF1
+};
+
+/*
+ * GetErrorCode - print what a code says on standard output, for diagnostics.
+ *
+ *   code  any value; fields that are not known print nothing
+ *
+ * Prints ">> ERROR : ", the module and the function, each followed by one space, then the reason, without a
+ * newline. For the reasons 0xF0 to 0xFF it prints one line of its own, with a newline, that names the refusal in
+ * proven mode.
+ *
+ * Returns what the last print call returned: the characters of the last piece, or 0 when nothing was printed.
+ */
+ZRC_API int32_t GetErrorCode(uint32_t code);
+
+/*
+ * ZRC_Get_Reason_String - the name of a reason.
+ *
+ *   reason  a ZRC_ERR_* value
+ *   buf     at least 256 bytes; written only on success, with a terminating zero byte
+ *
+ * Returns 0, or 1 when buf is null or the reason is unknown.
+ */
+ZRC_API uint32_t ZRC_Get_Reason_String(uint16_t reason, char *buf);
+
+/*
+ * ZRC_Get_Error_String - "module:function:reason" for a code.
+ *
+ *   code  the code; the function is named by the first function of any module that has its number
+ *   buf   at least 256 bytes; written only on success, with a terminating zero byte
+ *
+ * Returns 0, or 1 when buf is null or one of the three names is unknown (ZRC_L_DRBG is: see GetErrorCode).
+ */
+ZRC_API uint32_t ZRC_Get_Error_String(uint32_t code, char *buf);
+
+/*
+ * ZRC_Print_Error_String - print "CRYPTO ERROR (%d) : %s" and a newline on standard output, with the code as a signed
+ * decimal and the text of ZRC_Get_Error_String; "CRYPTO ERROR (unknown)" when there is none.
+ */
+ZRC_API void ZRC_Print_Error_String(uint32_t code);
+
+ZRC_END_DECLS
+
+#endif
