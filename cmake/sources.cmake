@@ -9,8 +9,10 @@ set(KESTRIM_SOURCES
     core/version.cpp
     digest/digest.cpp
     digest/has160.cpp
+    digest/has160_blocks.cpp
     digest/hmac.cpp
     digest/md5.cpp
+    digest/md5_blocks.cpp
     digest/mdc2.cpp
     digest/mdc2_des.cpp
     digest/sha.cpp
@@ -26,5 +28,6 @@ if(KESTRIM_X86_64_KERNELS)
     list(APPEND KESTRIM_SOURCES
         digest/sha1_blocks_sha_ni.cpp
         digest/sha256_blocks_sha_ni.cpp
-        digest/sha512_blocks_avx2.cpp)
+        digest/sha512_blocks_avx2.cpp
+        digest/sha512_blocks_avx512vl.cpp)
 endif()

@@ -36,18 +36,22 @@ std::uint32_t ask() noexcept
 {
     constexpr unsigned kSsse3 = 1U << 9, kSse41 = 1U << 19, kOsxsave = 1U << 27;           // leaf 1, ecx
     constexpr unsigned kBmi1 = 1U << 3, kAvx2 = 1U << 5, kBmi2 = 1U << 8, kSha = 1U << 29; // leaf 7, ebx
-    constexpr std::uint64_t kXmmAndYmm = 0x6;                                              // XCR0
+    constexpr unsigned kAvx512f = 1U << 16, kAvx512vl = 1U << 31;                          // leaf 7, ebx
+    constexpr std::uint64_t kXmmAndYmm = 0x6, kMasksAndZmm = 0xE0;                         // XCR0
 
     const cpuid_words leaf1 = cpuid(1);
     const cpuid_words leaf7 = cpuid(7);
-    const bool ymm = (leaf1.ecx & kOsxsave) != 0 && (saved_states() & kXmmAndYmm) == kXmmAndYmm;
+    const std::uint64_t saved = (leaf1.ecx & kOsxsave) != 0 ? saved_states() : 0;
+    const bool ymm = (saved & kXmmAndYmm) == kXmmAndYmm;
+    const bool zmm = ymm && (saved & kMasksAndZmm) == kMasksAndZmm;
     const bool bmi = (leaf7.ebx & kBmi1) != 0 && (leaf7.ebx & kBmi2) != 0;
 
     std::uint32_t found = 0;
     const auto add = [&found](cpu_feature feature, bool present) { found |= present ? std::uint32_t(feature) : 0; };
-    add(cpu_feature::bmi2, bmi);
     add(cpu_feature::sha_ni, (leaf7.ebx & kSha) != 0 && (leaf1.ecx & kSsse3) != 0 && (leaf1.ecx & kSse41) != 0);
-    add(cpu_feature::avx2_bmi2, ymm && bmi && (leaf7.ebx & kAvx2) != 0);
+    const bool avx2 = ymm && bmi && (leaf7.ebx & kAvx2) != 0;
+    add(cpu_feature::avx2_bmi2, avx2);
+    add(cpu_feature::avx512vl_bmi2, avx2 && zmm && (leaf7.ebx & kAvx512f) != 0 && (leaf7.ebx & kAvx512vl) != 0);
     return found;
 }
 
