@@ -22,7 +22,7 @@ struct sha1 {
     static constexpr std::size_t length_bytes = 8;
     static constexpr std::endian length_order = std::endian::big;
 
-    static void compress(state& s, byte_span blocks) noexcept { sha1_kernels.get()(s.h, blocks); }
+    static void compress(state& s, byte_span blocks) noexcept { sha1_kernels.get()(std::span{s.h}, blocks); }
 };
 
 struct sha256 {
@@ -30,7 +30,7 @@ struct sha256 {
     static constexpr std::size_t length_bytes = 8;
     static constexpr std::endian length_order = std::endian::big;
 
-    static void compress(state& s, byte_span blocks) noexcept { sha256_kernels.get()(s.h, blocks); }
+    static void compress(state& s, byte_span blocks) noexcept { sha256_kernels.get()(std::span{s.h}, blocks); }
 };
 
 // The record keeps each 64-bit word as two 32-bit words, low half first: its offset, 12, suits no 64-bit member.

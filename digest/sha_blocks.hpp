@@ -24,6 +24,7 @@ void sha512_blocks_portable(std::span<std::uint64_t, 8> h, byte_span blocks) noe
 #if KESTRIM_X86_64_KERNELS
 void sha1_blocks_sha_ni(std::span<std::uint32_t, 5> h, byte_span blocks) noexcept;
 void sha256_blocks_sha_ni(std::span<std::uint32_t, 8> h, byte_span blocks) noexcept;
+void sha512_blocks_avx512vl(std::span<std::uint64_t, 8> h, byte_span blocks) noexcept;
 void sha512_blocks_avx2(std::span<std::uint64_t, 8> h, byte_span blocks) noexcept;
 #endif
 
