@@ -1,0 +1,63 @@
+#include "tools/algorithm.hpp"
+
+#include "kestrim_crypto.h"
+#include "tools/library.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+namespace tool {
+namespace {
+
+struct known_digest {
+    std::string_view name;
+    bool approved;
+};
+
+// Proven mode can only be left before the first call that passes the self-test, and looking up a name is such a call:
+// what the tool needs to know beforehand stands here. A name that is not listed is tried in proven mode.
+constexpr known_digest kDigests[] = {
+    {"sha224", true}, {"sha256", true}, {"sha384", true},  {"sha512", true},
+    {"sha1", false},  {"md5", false},   {"has160", false}, {"mdc2", false},
+};
+
+// "SHA-256" and "sha256" are the same name.
+std::string normalised(std::string name)
+{
+    std::erase(name, '-');
+    for (char& c : name)
+        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
+    return name;
+}
+
+std::string names()
+{
+    std::string list;
+    for (const known_digest& digest : kDigests)
+        list.append(list.empty() ? "" : " ").append(digest.name);
+    return list;
+}
+
+} // namespace
+
+std::string algorithm_help()
+{
+    return "Digest algorithm: " + names();
+}
+
+algorithm choose_algorithm(const std::string& given, const session& session)
+{
+    const std::string name = normalised(given);
+    const auto known = std::ranges::find(kDigests, name, &known_digest::name);
+    if (known != std::end(kDigests) && !known->approved) {
+        if (session.proven) throw failure{kRefused, given + " is not an approved algorithm (--proven)"};
+        require(ZRC_Change_Non_Proven_Mode(), "ZRC_Change_Non_Proven_Mode");
+    }
+
+    require(ZRC_Crypto_Initialize(), "self-test");
+    const std::int32_t id = ZRC_Get_DIGEST_Alg_ID_By_Name(name.c_str());
+    if (id == 0) throw failure{kUsage, "unknown algorithm " + given + "; known are " + names()};
+    return {id, std::size_t(ZRC_Get_DIGEST_Length(id))};
+}
+
+} // namespace tool
