@@ -1,0 +1,139 @@
+// The operating modes and the self-test gate. The flags only ever move one way, so each scenario runs in a process of its
+// own: "threadsafe" death tests execute this program anew for each of them.
+#include "kestrim_crypto.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::int32_t kRefused[] = {ZRC_SHA1, ZRC_MD5, ZRC_HAS160, ZRC_MDC2};
+constexpr std::int32_t kApproved[] = {ZRC_SHA224, ZRC_SHA256, ZRC_SHA384, ZRC_SHA512};
+constexpr std::uint32_t kModeIsFixed = 0x0D0100F1;
+
+const std::uint8_t kData[3] = {'a', 'b', 'c'};
+std::uint8_t output[64];
+
+std::uint32_t init_once(std::int32_t id)
+{
+    ZRC_DIGEST_UNIT* unit = ZRC_New_DIGEST_Unit();
+    const std::uint32_t code = ZRC_Init_DIGEST(unit, id);
+    ZRC_Free_DIGEST_Unit(unit);
+    return code;
+}
+
+std::uint32_t hmac_init_once(std::int32_t id)
+{
+    ZRC_HMAC_UNIT* unit = ZRC_New_HMAC_Unit();
+    const std::uint32_t code = ZRC_Init_HMAC(unit, id, kData, sizeof kData);
+    ZRC_Free_HMAC_Unit(unit);
+    return code;
+}
+
+void expect_everything_is_accepted()
+{
+    for (const auto& ids : {kRefused, kApproved}) {
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(init_once(ids[i]), 0u) << std::hex << ids[i];
+            EXPECT_EQ(hmac_init_once(ids[i]), 0u) << std::hex << ids[i];
+        }
+    }
+}
+
+template <class Scenario>
+void in_a_fresh_process(Scenario scenario)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            scenario();
+            std::exit(testing::Test::HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+
+TEST(Gate, StartsInProvenModeAndStaysThereOnceTheSelfTestHasPassed)
+{
+    in_a_fresh_process([] {
+        EXPECT_EQ(ZRC_Is_Proven(), 1);
+        EXPECT_EQ(init_once(ZRC_SHA256), 0u);
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+        EXPECT_EQ(ZRC_Is_Proven(), 1);
+        EXPECT_EQ(init_once(ZRC_SHA1), 0x0A010059u);
+    });
+}
+
+TEST(Gate, ProvenModeRefusesEachUnapprovedDigestUnderTheCodeOfEachFunction)
+{
+    in_a_fresh_process([] {
+        for (const std::int32_t id : kApproved) {
+            EXPECT_EQ(init_once(id), 0u);
+            EXPECT_EQ(hmac_init_once(id), 0u);
+        }
+        for (const std::int32_t id : kRefused) {
+            SCOPED_TRACE(id);
+            EXPECT_EQ(init_once(id), 0x0A010059u);
+            EXPECT_EQ(ZRC_DIGEST(id, kData, 3, output, nullptr), 0x0A050022u);
+            EXPECT_EQ(hmac_init_once(id), 0x0F010022u);
+            EXPECT_EQ(ZRC_HMAC(id, kData, 3, kData, 3, output, nullptr), 0x0F040023u);
+            EXPECT_GT(ZRC_Get_DIGEST_Length(id), 0); // queries do not ask for the mode
+            EXPECT_NE(ZRC_Get_DIGEST_Alg_Name(id), nullptr);
+
+            // The refusal comes before the one by no_mdc2, keeps the identifier and fills nothing else.
+            ZRC_DIGEST_UNIT* unit = zrc_New_DIGEST_Unit_Ex(1);
+            EXPECT_EQ(zrc_Init_DIGEST_Alg(unit, id), 0x0A0400F0u);
+            EXPECT_EQ(unit->algorithm_id, id);
+            EXPECT_EQ(unit->state_length, 0);
+            EXPECT_EQ(unit->init_fn, nullptr);
+            EXPECT_EQ(ZRC_Init_DIGEST(unit, id), 0x0A010059u);
+            EXPECT_EQ(ZRC_Update_DIGEST(unit, kData, 3), 0x0A02005Bu);
+            EXPECT_EQ(ZRC_Final_DIGEST(unit, output, nullptr), 0x0A030018u);
+            ZRC_Free_DIGEST_Unit(unit);
+        }
+        EXPECT_EQ(zrc_Init_MDC2(nullptr), 0x130100F0u); // tested before anything else
+        ZRC_SHA1_STATE sha1;
+        EXPECT_EQ(zrc_Init_SHA1(&sha1), 0u); // the units refuse, the functions under them do not
+    });
+}
+
+TEST(Gate, ProvenModeCanBeLeftUntilTheFirstGatedCall)
+{
+    in_a_fresh_process([] {
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), 0u);
+        EXPECT_EQ(ZRC_Is_Proven(), 0);
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), 0u);
+        expect_everything_is_accepted();
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+        EXPECT_EQ(ZRC_Is_Proven(), 0);
+    });
+}
+
+TEST(Gate, TestModeSwitchesEverythingOff)
+{
+    in_a_fresh_process([] {
+        ZRC_Change_Test_Mode();
+        EXPECT_EQ(ZRC_Is_Proven(), 0);
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+        expect_everything_is_accepted();
+    });
+}
+
+TEST(Gate, ChecksCanBeCalledBeforeAnyGatedCall)
+{
+    in_a_fresh_process([] {
+        EXPECT_EQ(zrc_Version_Check(), 0u);
+        EXPECT_EQ(zrc_Context_Check(), 0u); // makes no gated call: the mode is still open
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), 0u);
+        EXPECT_EQ(zrc_HMAC_Check(), 0u); // its first Init runs the whole self-test
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+        EXPECT_EQ(zrc_DIGEST_Check(), 0u);
+        EXPECT_EQ(ZRC_Crypto_Self_Test(), 0u);
+    });
+    in_a_fresh_process([] {
+        EXPECT_EQ(ZRC_Crypto_Self_Test(), 0u);
+        EXPECT_EQ(ZRC_Is_Proven(), 1);
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+    });
+}

@@ -1,0 +1,268 @@
+// White-box tests of what no caller can provoke from outside: failing allocations, checks that fail, threads that meet at
+// the gate, memory that must be clean when it is released. Allocation functions are wrapped by the linker.
+#include "kestrim_crypto.h"
+#include "selftest/fault.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <thread>
+#include <vector>
+
+namespace {
+
+int allocations_until_failure = -1; // the allocation that fails; negative: none does
+void (*on_allocation)() = nullptr;
+
+bool tracking = false;
+std::map<void*, std::size_t>* live = nullptr; // blocks allocated while tracking
+int dirty_releases = 0;                       // blocks released while tracking that were not all zero
+
+bool allocation_fails()
+{
+    if (on_allocation) on_allocation();
+    return allocations_until_failure >= 0 && allocations_until_failure-- == 0;
+}
+
+void* note(void* block, std::size_t bytes)
+{
+    if (!tracking || !block) return block;
+    tracking = false;
+    (*live)[block] = bytes;
+    tracking = true;
+    return block;
+}
+
+} // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t bytes);
+void* __real_calloc(std::size_t count, std::size_t bytes);
+void* __real_realloc(void* block, std::size_t bytes);
+void __real_free(void* block);
+
+void* __wrap_malloc(std::size_t bytes)
+{
+    return allocation_fails() ? nullptr : note(__real_malloc(bytes), bytes);
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t bytes)
+{
+    return allocation_fails() ? nullptr : note(__real_calloc(count, bytes), count * bytes);
+}
+
+void* __wrap_realloc(void* block, std::size_t bytes)
+{
+    return allocation_fails() ? nullptr : __real_realloc(block, bytes);
+}
+
+void __wrap_free(void* block)
+{
+    if (tracking && live->count(block) != 0) {
+        const auto* bytes = static_cast<const std::uint8_t*>(block);
+        for (std::size_t i = 0; i < (*live)[block]; ++i) {
+            if (bytes[i] == 0) continue;
+            ++dirty_releases;
+            break;
+        }
+        tracking = false;
+        live->erase(block);
+        tracking = true;
+    }
+    __real_free(block);
+}
+}
+
+namespace {
+
+const std::uint8_t kKey[200] = {1, 2, 3};
+const std::uint8_t kData[3] = {'a', 'b', 'c'};
+std::uint8_t output[64];
+
+// The code of `operation` for each number of allocations that succeed, until it succeeds itself.
+std::vector<std::uint32_t> codes_with_failing_allocations(const std::function<std::uint32_t()>& operation)
+{
+    std::vector<std::uint32_t> codes;
+    while (codes.empty() || codes.back() != 0) {
+        allocations_until_failure = int(codes.size());
+        codes.push_back(operation());
+        allocations_until_failure = -1;
+    }
+    return codes;
+}
+
+template <class Scenario>
+void in_a_fresh_process(Scenario scenario)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            scenario();
+            std::exit(testing::Test::HasFailure() ? 1 : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+
+TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
+{
+    ASSERT_EQ(ZRC_Crypto_Initialize(), 0u);
+    using codes = std::vector<std::uint32_t>;
+
+    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_DIGEST(ZRC_SHA256, kData, 3, output, nullptr); }),
+              (codes{0x0A05003A, 0x0A050022, 0}));
+    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_HMAC(ZRC_SHA512, kKey, 200, kData, 3, output, nullptr); }),
+              (codes{0x0F04003B, 0x0F040023, 0x0F040023, 0x0F040023, 0x0F040023, 0}));
+    EXPECT_EQ(codes_with_failing_allocations(zrc_Context_Check), (codes{0x1A020059, 0x1A020059, 0}));
+
+    // On one unit that lives through all the failures: each Init releases what the last one left, and the unit refuses to
+    // work until one succeeds.
+    ZRC_DIGEST_UNIT* digest = ZRC_New_DIGEST_Unit();
+    EXPECT_EQ(codes_with_failing_allocations([=] { return ZRC_Init_DIGEST(digest, ZRC_SHA256); }),
+              (codes{0x0A010022, 0}));
+    ZRC_Free_DIGEST_Unit(digest);
+
+    ZRC_HMAC_UNIT* hmac = ZRC_New_HMAC_Unit();
+    EXPECT_EQ(codes_with_failing_allocations([=] {
+                  const std::uint32_t code = ZRC_Init_HMAC(hmac, ZRC_SHA256, kKey, 3);
+                  EXPECT_EQ(ZRC_Update_HMAC(hmac, kData, 3), code ? 0x0F02005Bu : 0u);
+                  EXPECT_EQ(ZRC_Final_HMAC(hmac, output, nullptr), code ? 0x0F030018u : 0u);
+                  return code;
+              }),
+              (codes{0x0F010022, 0x0F010022, 0x0F010059, 0x0F010059, 0}));
+    ZRC_Free_HMAC_Unit(hmac);
+
+    EXPECT_EQ(codes_with_failing_allocations([] {
+                  char* name = ZRC_Get_HMAC_Name(ZRC_HMAC_SHA256);
+                  const bool made = name != nullptr;
+                  ZRC_Free(name);
+                  return std::uint32_t(made ? 0 : 1);
+              }),
+              (codes{1, 0}));
+    EXPECT_EQ(codes_with_failing_allocations([] {
+                  char* text = zrc_Dump_HEX(kData, 3);
+                  const bool made = text != nullptr;
+                  ZRC_Free(text);
+                  return std::uint32_t(made ? 0 : 1);
+              }),
+              (codes{1, 0}));
+}
+
+TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
+{
+    ASSERT_EQ(ZRC_Crypto_Initialize(), 0u);
+    std::map<void*, std::size_t> blocks;
+    live = &blocks;
+    tracking = true;
+
+    EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 100, kData, 3, output, nullptr), 0u);
+    EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 10, nullptr, 3, output, nullptr), 0x0F04005Cu);
+    EXPECT_EQ(ZRC_DIGEST(ZRC_SHA512, kData, 3, output, nullptr), 0u);
+    EXPECT_EQ(ZRC_DIGEST(ZRC_SHA1, kData, 3, nullptr, nullptr), 0x0A050018u);
+    auto* block = static_cast<std::uint8_t*>(ZRC_Malloc(100));
+    std::memset(block, 0xA5, 100);
+    ZRC_Free_Ex(block, 100);
+    EXPECT_EQ(dirty_releases, 0);
+
+    block = static_cast<std::uint8_t*>(ZRC_Malloc(100)); // shows that this test can see what is not wiped
+    std::memset(block, 0xA5, 100);
+    ZRC_Free(block);
+    EXPECT_EQ(dirty_releases, 1);
+
+    tracking = false;
+    EXPECT_TRUE(blocks.empty());
+}
+
+TEST(SelfTest, EachCheckCanFailAndTheGateReturnsItsCode)
+{
+    struct {
+        std::uint32_t check, code;
+    } const cases[] = {
+        {ZRC_F_VERSION_CHECK, 0x1A030059},
+        {ZRC_F_HMAC_CHECK, 0x1A060059},
+        {ZRC_F_DIGEST_CHECK, 0x1A070059},
+    };
+    for (const auto& c : cases) {
+        in_a_fresh_process([&c] {
+            zrc::broken_check = c.check;
+            ZRC_DIGEST_UNIT* unit = ZRC_New_DIGEST_Unit();
+            EXPECT_EQ(ZRC_Init_DIGEST(unit, ZRC_SHA256), c.code);
+            EXPECT_EQ(unit->algorithm_id, 0);
+            EXPECT_EQ(unit->state, nullptr);
+            EXPECT_EQ(zrc_Init_DIGEST_Alg(unit, ZRC_SHA256), c.code);
+            EXPECT_EQ(ZRC_Crypto_Initialize(), c.code);
+            EXPECT_EQ(zrc::self_test_runs, 3u) << "nothing is latched: each gated call tests again";
+
+            ZRC_SHA512_STATE state;
+            EXPECT_EQ(zrc_Init_SHA1(nullptr), c.code); // SHA passes the gate before it looks at its argument,
+            EXPECT_EQ(zrc_Init_SHA512(&state), c.code);
+            EXPECT_EQ(zrc_Init_MD5(nullptr), 0x12010049u); // MD5 and HAS-160 look first
+            EXPECT_EQ(zrc_Init_HAS160(nullptr), 0x0E010049u);
+            EXPECT_EQ(zrc_Init_MDC2(nullptr), c.code);
+            EXPECT_EQ(ZRC_Init_HMAC(nullptr, ZRC_SHA256, kKey, 3), c.code);
+            EXPECT_EQ(ZRC_Init_DIGEST(nullptr, ZRC_SHA256), 0x0A010049u);
+            EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, kData, 3, output, nullptr), 0x0A050022u);
+            EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 3, kData, 3, output, nullptr), 0x0F040023u);
+            EXPECT_EQ(ZRC_Get_DIGEST_Length(ZRC_SHA256), 0);
+            EXPECT_EQ(ZRC_Get_DIGEST_Alg_Name(ZRC_SHA256), nullptr);
+            EXPECT_EQ(ZRC_Get_DIGEST_Alg_ID(unit), 0);
+            EXPECT_EQ(ZRC_Get_DIGEST_Alg_ID_By_Name("SHA256"), 0);
+            EXPECT_EQ(ZRC_Get_HMAC_Name(ZRC_HMAC_SHA256), nullptr);
+            EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), 0u) << "a failed self-test leaves the mode open";
+
+            zrc::broken_check = 0;
+            EXPECT_EQ(ZRC_Init_DIGEST(unit, ZRC_SHA256), 0u);
+            const std::uint32_t runs = zrc::self_test_runs;
+            EXPECT_EQ(ZRC_Init_DIGEST(unit, ZRC_SHA256), 0u);
+            EXPECT_EQ(zrc::self_test_runs, runs) << "a pass is remembered";
+            ZRC_Free_DIGEST_Unit(unit);
+        });
+    }
+    in_a_fresh_process([] { // the checks run in their order and stop at the first failure
+        allocations_until_failure = 0;
+        zrc::broken_check = ZRC_F_DIGEST_CHECK;
+        EXPECT_EQ(ZRC_Crypto_Initialize(), 0x1A020059u);
+        EXPECT_EQ(ZRC_Crypto_Initialize(), 0x1A070059u);
+    });
+}
+
+TEST(SelfTest, ThreadsWaitForTheOneThatTests)
+{
+    static std::atomic<int> entered, returned;
+    static std::atomic<bool> held;
+    for (const std::uint32_t broken : {std::uint32_t{0}, std::uint32_t{ZRC_F_DIGEST_CHECK}}) {
+        in_a_fresh_process([broken] {
+            constexpr int kThreads = 4;
+            zrc::broken_check = broken;
+            // The first allocation inside the self-test holds it until all threads are at the gate, and a little longer.
+            on_allocation = [] {
+                if (entered == 0 || held.exchange(true)) return;
+                while (entered < kThreads)
+                    std::this_thread::yield();
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                EXPECT_EQ(returned, 0) << "a thread slipped through while the self-test ran";
+            };
+            std::vector<std::thread> threads;
+            std::vector<std::uint32_t> codes(kThreads, 1);
+            for (std::uint32_t& code : codes) {
+                threads.emplace_back([&code] {
+                    ++entered;
+                    code = ZRC_Crypto_Initialize();
+                    ++returned;
+                });
+            }
+            for (std::thread& thread : threads)
+                thread.join();
+            on_allocation = nullptr;
+            EXPECT_TRUE(held);
+            EXPECT_EQ(zrc::self_test_runs, 1u);
+            EXPECT_EQ(codes, std::vector<std::uint32_t>(kThreads, broken ? 0x1A070059 : 0));
+        });
+    }
+}

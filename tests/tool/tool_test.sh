@@ -1,0 +1,198 @@
+#!/usr/bin/env bash
+# Runs the command-line tool as a user does: output, messages, exit status. Usage: tool_test.sh PATH-OF-KESTRIM
+# shellcheck disable=SC2001,SC2015,SC2016,SC2094
+set -uo pipefail
+
+kestrim=$(realpath "$1")
+"$kestrim" --version >/dev/null || exit 1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit 1
+mkdir logs
+failures=0
+
+complain()
+{
+    printf 'FAILED: %s: status %s\n' "$1" "$2"
+    sed 's/^/  out: /' logs/out
+    sed 's/^/  err: /' logs/err
+    failures=$((failures + 1))
+}
+
+# expect TITLE STATUS OUTPUT COMMAND...: exactly this output; nothing on standard error unless the status says so.
+expect()
+{
+    local title=$1 status=$2 output=$3 got=0
+    shift 3
+    "$@" >logs/out 2>logs/err || got=$?
+    [[ $got == "$status" && $(<logs/out) == "$output" ]] || { complain "$title" "$got"; return; }
+    [[ $status != 0 || ! -s logs/err ]] || complain "$title (message)" "$got"
+}
+
+# expect_message TITLE STATUS PATTERN COMMAND...: no output, and a message that matches.
+expect_message()
+{
+    local title=$1 status=$2 pattern=$3 got=0
+    shift 3
+    "$@" >logs/out 2>logs/err || got=$?
+    [[ $got == "$status" && ! -s logs/out ]] && grep -Eq -- "$pattern" logs/err || complain "$title" "$got"
+}
+
+printf abc >abc
+printf '' >empty
+head -c 1000 /dev/zero | tr '\0' x >"a name"
+printf 1 >back\\slash
+printf 2 >$'new\nline'
+printf 3 >$'carriage\rreturn'
+
+# Digests of "abc" from FIPS 180-4, RFC 1321, TTAS.KO-12.0011/R2; MDC-2 from the published suite.
+while read -r name digest; do
+    expect "$name of abc" 0 "$digest  abc" "$kestrim" dgst -a "$name" abc
+done <<'VALUES'
+sha1 a9993e364706816aba3e25717850c26c9cd0d89d
+sha224 23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7
+sha256 ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad
+SHA-256 ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad
+sha384 cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7
+sha512 ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f
+md5 900150983cd24fb0d6963f7d28e17f72
+has160 975e810488cf2a3d49838478124afce4b1c78804
+Mdc-2 3ff42120ee863f5d910cf2ee5064f82f
+VALUES
+
+# The same output as sha256sum, byte by byte, escaped names included.
+files=(abc empty "a name" back\\slash $'new\nline' $'carriage\rreturn')
+expect "several files" 0 "$(sha256sum "${files[@]}")" "$kestrim" dgst "${files[@]}"
+expect "standard input" 0 "$(sha256sum <abc)" "$kestrim" dgst <abc
+expect "standard input as -" 0 "$(sha256sum abc - empty <abc)" "$kestrim" dgst abc - empty <abc
+expect "mode of an approved algorithm" 0 "$(sha512sum abc)" "$kestrim" dgst --proven -a sha512 abc
+
+# Names that mean something to the argument parser are names all the same.
+odd=("[abc]" "[a,b]" "{}" "++" version dgst $'\x01[x]')
+for name in "${odd[@]}"; do printf '%s' "$name" >"$name"; done
+expect "odd names" 0 "$(sha256sum "${odd[@]}")" "$kestrim" dgst "${odd[@]}"
+expect "one odd name" 0 "$(sha256sum "{}")" "$kestrim" dgst "{}"
+printf x >-dash
+expect "name with a dash" 0 "$(sha256sum -- -dash)" "$kestrim" dgst -- -dash
+
+# A sparse file of 40 MiB and a bit: many pieces, the last one short.
+truncate -s $((40 * 1024 * 1024 + 7)) large
+expect "large file" 0 "$(sha256sum large)" "$kestrim" dgst large
+expect "large file through a pipe" 0 "$(sha256sum <large)" bash -c 'cat large | "$0" dgst' "$kestrim"
+
+# --check
+sha256sum "${files[@]}" >good.list
+expect "check" 0 "$(sha256sum --check good.list)" "$kestrim" dgst --check good.list
+expect "check from standard input" 0 "$(sha256sum --check good.list)" "$kestrim" dgst -c <good.list
+sha256sum --binary abc | sed 's/$/\r/' >dos.list
+expect "check of a binary-mode list with DOS lines" 0 "abc: OK" "$kestrim" dgst -c dos.list
+md5sum abc >md5.list
+expect "check with md5" 0 "abc: OK" "$kestrim" dgst -a md5 -c md5.list
+{
+    sha256sum abc empty
+    sed 's/^b/c/; s/$/ missing/' <(sha256sum abc | sed 's/abc$//')
+    echo "no checksum"
+} | sed '2s/^e/f/' >bad.list
+expect "check with faults" 1 $'abc: OK\nempty: FAILED\n missing: FAILED open or read' "$kestrim" dgst -c bad.list
+for message in "1 line is improperly" "1 listed file could not" "1 computed digest did NOT" " missing: No such file"; do
+    grep -Fq "$message" logs/err || complain "check says: $message" 1
+done
+sed -n 4p bad.list | cat - good.list >damaged.list
+expect "check with an ill-formed line only" 1 "$(sha256sum --check good.list)" "$kestrim" dgst -c damaged.list
+expect_message "check of no list" 1 "abc: no properly formatted" "$kestrim" dgst -c abc
+expect_message "check of a missing list" 1 "nowhere: No such file" "$kestrim" dgst -c nowhere
+
+# HMAC: RFC 4231 case 2, and the empty message, also behind another message.
+key=0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f202122232425262728292a2b2c2d2e2f303132333435363738393a3b3c3d3e3f40
+printf '%b' "$(sed 's/../\\x&/g' <<<$key)" >key.bin
+printf 'what do ya want for nothing?' >question
+expect "mac" 0 "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843  question" \
+    "$kestrim" mac -K 4a656665 question
+while read -r name mac; do
+    expect "mac of nothing with $name" 0 "$mac  empty" "$kestrim" mac -a "$name" --key-file key.bin empty
+done <<'VALUES'
+sha1 ece93b1118c4207a46693abd5127049164801b09
+sha224 dbe3a896e1286cabbcd821bc7eb99dc6662cbedce9c2b566bc551853
+sha256 a8bcfb5fbebd6dffec2993621ec46e39b5afa98d5ad06eb65063a2e7e207ba1a
+md5 46bb580ebc49c803b4f228f6e3f87163
+has160 df07485861272eb04fcb229a854f2e8d964783db
+VALUES
+expect "mac with mdc2" 0 "5360466178a4a086dc0afb3c9c4ef4e9  empty" "$kestrim" mac -a mdc2 -K 0102030405060708 empty
+empty_mac=a8bcfb5fbebd6dffec2993621ec46e39b5afa98d5ad06eb65063a2e7e207ba1a
+"$kestrim" mac -K "${key^^}" question >logs/question
+expect "mac of nothing behind another" 0 "$empty_mac  empty"$'\n'"$(<logs/question)"$'\n'"$empty_mac  empty" \
+    "$kestrim" mac -K $key empty question empty
+expect_message "no key" 2 "either --key-file FILE or -K" "$kestrim" mac abc
+expect_message "two keys" 2 "either --key-file FILE or -K" "$kestrim" mac -K 00 --key-file key.bin abc
+expect_message "key that is not hexadecimal" 2 "hexadecimal digits" "$kestrim" mac -K 4a6566g5 abc
+! grep -q 4a6566g5 logs/err || complain "a message shows the key" 2
+expect_message "empty key" 2 "key is empty" "$kestrim" mac --key-file empty abc
+expect_message "key and message from one input" 2 "both be standard input" "$kestrim" mac --key-file - <abc
+expect_message "missing key file" 1 "nowhere: No such file" "$kestrim" mac --key-file nowhere abc
+
+# The key leaves the list of processes: while the tool waits for the message, the list shows asterisks.
+mkfifo pipe
+exec {message}<>pipe
+"$kestrim" mac --key=$key pipe {message}>&- >/dev/null &
+for ((tries = 0; tries < 100; tries++)); do
+    tr '\0' ' ' <"/proc/$!/cmdline" >logs/out || break
+    ! grep -q '\*\*\*\*' logs/out || break
+    sleep 0.1
+done
+grep -q '\*\*\*\*' logs/out && ! grep -q $key logs/out || complain "key in the list of processes" 0
+kill $!
+exec {message}>&-
+
+# Error codes.
+expect "error code" 0 "0x0501002B
+  library   ZRC_L_BLOCK_CIPHER (0x05)
+  function  ZRC_F_INIT_BLOCKCIPHER (1)
+  reason    ZRC_ERR_INVALID_INPUT (0x2B)" "$kestrim" error 0x0501002B
+"$kestrim" error 0x0501002B 0x0A0400F0 0x81000000 >logs/hex 2>/dev/null
+expect "decimal forms" 1 "$(<logs/hex)" "$kestrim" error 83951659 168034544 -2130706432
+grep -q "0x81000000: not an error code" logs/err || complain "unknown among known codes" 1
+grep -q ZRC_F_INIT_DIGEST_ALG logs/hex && grep -q ZRC_ERR_NOT_PROVEN_ALGORITHM logs/hex || complain "refusal code" 0
+for code in 0x1E010049 0x0AFF0049 0x0A010068 0x0A010149 0x0A000049; do
+    expect_message "unknown code $code" 1 "$code: not an error code" "$kestrim" error "$code"
+done
+for text in 0x 0x1ffffffff 4294967296 -2147483649 0x-5 5x ""; do
+    expect_message "no code: '$text'" 2 "is no error code" "$kestrim" error "$text"
+done
+
+expect "version" 0 "kestrim      5.2.0
+library      5.2.0
+proven mode  on
+self-test    passed" "$kestrim" version
+
+# What goes wrong, and that the other files are still processed.
+for name in nowhere . /proc/self/mem; do
+    expect "unreadable: $name" 1 "$(sha256sum abc)" "$kestrim" dgst "$name" abc
+    grep -Eq "^kestrim: $name: (No such file or directory|Is a directory|Input/output error)$" logs/err ||
+        complain "message for $name" 1
+done
+expect_message "unknown algorithm" 2 "unknown algorithm sha257; known are .*sha256.*mdc2" "$kestrim" dgst -a sha257 abc
+for name in sha1 md5 HAS-160 mdc2; do
+    expect_message "refused: dgst $name" 3 "$name is not an approved" "$kestrim" --proven dgst -a "$name" abc
+    expect_message "refused: mac $name" 3 "$name is not an approved" "$kestrim" mac --proven -a "$name" -K 00 abc
+done
+expect_message "no command" 2 "subcommand is required" "$kestrim"
+expect_message "unknown option" 2 "--bogus" "$kestrim" dgst --bogus abc
+"$kestrim" --help >logs/out 2>logs/err && grep -q "dgst" logs/out || complain "help" $?
+for command in "dgst abc" "dgst -c good.list" "mac -K 00 abc" "error 0" version --help; do
+    # shellcheck disable=SC2086 # the words are meant to be split
+    expect_message "full disk: $command" 1 "write error: No space left" bash -c '"$0" "$@" >/dev/full' "$kestrim" $command
+    # shellcheck disable=SC2086
+    expect_message "closed output: $command" 1 "write error: Bad file" bash -c '"$0" "$@" >&-' "$kestrim" $command
+done
+
+# Progress: on a terminal, after a second, erased at the end; never with --quiet.
+if command -v script >/dev/null; then
+    slow='{ head -c 300000 large; sleep 1.2; head -c 300000 large; } | "$KESTRIM" dgst'
+    KESTRIM=$kestrim SHELL=/bin/bash script -qec "$slow" /dev/null </dev/null >logs/out
+    grep -q 'MB/s' logs/out && grep -q $'MB/s\r  *\r' logs/out || complain "progress" $?
+    KESTRIM=$kestrim SHELL=/bin/bash script -qec "$slow --quiet" /dev/null </dev/null >logs/out
+    ! grep -q 'MB/s' logs/out || complain "no progress with --quiet" $?
+fi
+
+[[ $failures == 0 ]] || { printf '%s checks failed\n' "$failures"; exit 1; }
+echo "all checks passed"
