@@ -45,9 +45,10 @@ target_link_options(kestrim PRIVATE
     -Wl,-Bsymbolic -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--build-id=sha1)
 
 # Sanitizers leave symbols to the executable and bring the C++ runtime along; everywhere else a symbol that is not in libc
-# is an error, and the C++ runtime is not even offered.
+# is an error, and the C++ runtime is not even offered. Nor are the compiler's start files: the library has nothing to run
+# when it is loaded or unloaded, and without them a static constructor or destructor does not slip in unseen.
 if(NOT KESTRIM_SANITIZE)
     set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
     set_target_properties(kestrim PROPERTIES LINKER_LANGUAGE C)
-    target_link_options(kestrim PRIVATE -Wl,-z,defs -Wl,--no-undefined-version -static-libgcc)
+    target_link_options(kestrim PRIVATE -Wl,-z,defs -Wl,--no-undefined-version -static-libgcc -nostartfiles)
 endif()

@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# Builds the library and the tool into build/ and shows the tool on real files, comparing its answers with those of other
+# programs. Ends with an error when one of them is wrong.
+# shellcheck disable=SC2001
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/setup.sh
+
+title() { printf '\n== %s\n' "$*"; }
+
+failures=0
+agree() # WHAT EXPECTED ACTUAL
+{
+    if [[ $2 == "$3" ]]; then
+        printf '   agrees  %s\n' "$1"
+    else
+        printf '   WRONG   %s\n           %s\n           %s\n' "$1" "$2" "$3"
+        failures=$((failures + 1))
+    fi
+}
+
+# Shows a command and runs it.
+show()
+{
+    printf '$ %s\n' "$*"
+    "$@"
+}
+
+# The same for a command that is to end with a certain status.
+show_status() # STATUS COMMAND...
+{
+    local expected=$1 status=0
+    shift
+    show "$@" || status=$?
+    agree "exit status $expected" "$expected" "$status"
+}
+
+# HMAC written out with a program that computes digests: H(key ^ 5C.. | H(key ^ 36.. | message)), RFC 2104. The key is not
+# longer than a block.
+pad() # KEY-HEX BLOCK-BYTES PAD-BYTE
+{
+    local i digits
+    for ((i = 0; i < $2; i++)); do
+        digits=${1:2*i:2}
+        printf '\\x%02x' $((16#${digits:-0} ^ $3))
+    done
+}
+hmac_by_hand() # KEY-HEX BLOCK-BYTES FILE COMMAND...
+{
+    local key=$1 block=$2 file=$3 inner
+    shift 3
+    inner=$({ printf '%b' "$(pad "$key" "$block" 0x36)"; cat "$file"; } | "$@" | cut -d' ' -f1)
+    printf '%b' "$(pad "$key" "$block" 0x5c)$(sed 's/../\\x&/g' <<<"$inner")" | "$@" | cut -d' ' -f1
+}
+
+title "Build"
+kestrim_need g++ cmake ninja-build libcli11-dev
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build build
+
+export PATH=$PWD/build/bin:$PATH
+export LD_LIBRARY_PATH=$PWD/build/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp build/lib/libKESTRIM_Crypto_for_C_*.so "$work/library.so"
+seq -f 'line %.0f of a generated text' 50000 >"$work/text"
+printf abc >"$work/abc"
+cd "$work"
+
+title "Version"
+show kestrim version
+
+title "Digests of the library just built and of a text of $(stat -c %s text) bytes"
+algorithms=(sha1 sha224 sha256 sha384 sha512 md5 has160 mdc2)
+for algorithm in "${algorithms[@]}"; do
+    show kestrim dgst -a "$algorithm" library.so text
+    if command -v "${algorithm}sum" >/dev/null; then
+        agree "${algorithm}sum" "$("${algorithm}sum" library.so text)" "$(kestrim dgst -a "$algorithm" library.so text)"
+    fi
+done
+echo "No program here computes HAS-160 and MDC-2; their published digests of \"abc\":"
+agree "has160 (TTAS.KO-12.0011/R2)" "975e810488cf2a3d49838478124afce4b1c78804  abc" "$(kestrim dgst -a has160 abc)"
+agree "mdc2" "3ff42120ee863f5d910cf2ee5064f82f  abc" "$(kestrim dgst -a mdc2 abc)"
+
+title "HMAC, compared with the two hashes of its definition"
+head -c 8 /dev/urandom >key
+key=$(od -An -v -tx1 key | tr -d ' \n')
+for algorithm in "${algorithms[@]}"; do
+    block=64
+    [[ $algorithm != sha384 && $algorithm != sha512 ]] || block=128
+    [[ $algorithm != mdc2 ]] || block=8
+    digest=("${algorithm}sum")
+    command -v "${digest[0]}" >/dev/null || digest=(kestrim dgst -a "$algorithm")
+    show kestrim mac -a "$algorithm" --key-file key library.so text
+    for file in library.so text; do
+        agree "${digest[*]}, $file" "$(hmac_by_hand "$key" $block $file "${digest[@]}")  $file" \
+            "$(kestrim mac -a "$algorithm" --key-file key $file)"
+    done
+done
+
+title "Checking a list"
+sha256sum library.so text >list
+show_status 0 kestrim dgst --check list
+echo "one more line" >>text
+rm library.so
+show_status 1 kestrim dgst --check list
+
+title "Proven mode refuses what is not approved"
+show_status 3 kestrim --proven dgst -a sha1 text
+
+title "Error codes"
+show kestrim error 0x0501002B 0x0A0400F0
+show_status 1 kestrim error 0x7F010001
+
+title "Result"
+[[ $failures == 0 ]] || { printf '%s comparisons failed\n' "$failures"; exit 1; }
+echo "everything agrees"
