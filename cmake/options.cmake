@@ -20,8 +20,9 @@ target_compile_options(kestrim_library_options INTERFACE
     -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-semantic-interposition
     -fvisibility=hidden -fvisibility-inlines-hidden
     -ffunction-sections -fdata-sections -fstack-protector-strong)
-target_compile_definitions(kestrim_library_options INTERFACE
-    $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:${KESTRIM_SANITIZE}>>>:_FORTIFY_SOURCE=2>)
+if(NOT KESTRIM_SANITIZE)
+    target_compile_definitions(kestrim_library_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+endif()
 
 # Kernels for one processor stand in files of their own and carry their target attributes themselves.
 set(KESTRIM_X86_64_KERNELS 0)
@@ -36,3 +37,14 @@ if(NOT KESTRIM_PORTABLE)
     endif()
 endif()
 target_compile_definitions(kestrim_options INTERFACE KESTRIM_X86_64_KERNELS=${KESTRIM_X86_64_KERNELS})
+
+# GCC's generic tuning clears and copies fixed sizes of some hundred bytes with string instructions, which take longer to
+# start than the work takes. Whatever is not a few stores goes to libc, which knows the processor.
+include(CheckCXXCompilerFlag)
+set(memory_strategy
+    -mmemset-strategy=unrolled_loop:64:noalign,libcall:-1:noalign
+    -mmemcpy-strategy=unrolled_loop:64:noalign,libcall:-1:noalign)
+check_cxx_compiler_flag("${memory_strategy}" KESTRIM_HAS_MEMORY_STRATEGY)
+if(KESTRIM_HAS_MEMORY_STRATEGY)
+    target_compile_options(kestrim_library_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:${memory_strategy}>)
+endif()

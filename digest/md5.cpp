@@ -38,16 +38,16 @@ std::uint32_t zrc_Init_MD5(ZRC_MD5_STATE* state)
     return 0;
 }
 
-// Unlike the SHA family, MD5 refuses an empty update.
+// Unlike the SHA family, MD5 refuses an empty update, which changes nothing on its way.
 std::uint32_t zrc_Update_MD5(ZRC_MD5_STATE* state, const std::uint8_t* data, std::uint32_t length)
 {
     const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_MD5, ZRC_F_UPDATE_MD5, reason); };
 
     if (!state || !data) return fail(ZRC_ERR_NULL_INPUT);
-    if (length == 0) return fail(ZRC_ERR_INVALID_INPUT);
     if (md_engine<zrc::md5>::update(*state, {data, length}) != md_fault::none) {
         return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
     }
+    if (length == 0) return fail(ZRC_ERR_INVALID_INPUT);
     return 0;
 }
 

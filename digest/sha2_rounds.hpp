@@ -1,5 +1,5 @@
-// The rounds and the message schedule of SHA-2 in scalar code, for both word sizes (FIPS 180-4, 4.1.2, 4.1.3, 6.2.2 and
-// 6.4.2). Everything is inlined: the code takes on the instruction set of the function that it ends up in.
+// The rounds and the message schedule of SHA-2 in scalar code, for both word sizes (FIPS 180-4, 4.1.2, 4.1.3, 6.2.2
+// and 6.4.2). Everything is inlined: the code takes on the instruction set of the function that it ends up in.
 #pragma once
 
 #include "core/bytes.hpp"
@@ -42,8 +42,9 @@ constexpr Word sha2_small_sigma(Word x, const int (&by)[3]) noexcept
     return std::rotr(x, by[0]) ^ std::rotr(x, by[1]) ^ x >> by[2];
 }
 
-// The working variables a..h. Instead of moving seven of them in each round they change names: variable number i of round
-// t, counted from a = 0, is v[(i - t) mod 8]. The indices are constants, so v lives in registers where there are enough.
+// The working variables a..h. Instead of moving seven of them in each round they change names: variable number i of
+// round t, counted from a = 0, is v[(i - t) mod 8]. The indices are constants, so v lives in registers where there
+// are enough.
 template <class Word>
 class sha2_registers {
 public:

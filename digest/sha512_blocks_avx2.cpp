@@ -1,4 +1,5 @@
-// SHA-512 block function for x86-64 with AVX2 and BMI2: the message schedule in vectors, the rounds in scalar registers.
+// SHA-512 block function for x86-64 with AVX2 and BMI2: the message schedule in vectors, the rounds in scalar
+// registers.
 
 #include "digest/sha2_rounds.hpp"
 #include "digest/sha512_schedule_avx2.hpp"

@@ -1,5 +1,5 @@
-// SHA-512 block function for x86-64 with AVX-512 (F and VL) and BMI2, on vectors of 128 and 256 bits only: the message
-// schedule in vectors, the rounds half in scalar and half in vector registers.
+// SHA-512 block function for x86-64 with AVX-512 (F and VL) and BMI2, on vectors of 128 and 256 bits only: the
+// message schedule in vectors, the rounds half in scalar and half in vector registers.
 
 #include "digest/sha2_rounds.hpp"
 #include "digest/sha512_schedule_avx2.hpp"
@@ -26,10 +26,10 @@ constexpr std::size_t kBlockBytes = 128;
     __asm__("" : "+x"(sum));
 }
 
-// The working variables: e..h, the longest chain of dependences, in scalar registers; a..d in the low lanes of vectors,
-// where rotations and three-operand logic relieve the scalar units. A word takes some cycles from one side to the other,
-// but what a round makes of a is wanted by e only four rounds later, as d. Variables change names instead of moving, as in
-// sha2_registers: number i of its half is [(i - t) mod 4] in round t.
+// The working variables: e..h, the longest chain of dependences, in scalar registers; a..d in the low lanes of
+// vectors, where rotations and three-operand logic relieve the scalar units. A word takes some cycles from one side
+// to the other, but what a round makes of a is wanted by e only four rounds later, as d. Variables change names
+// instead of moving, as in sha2_registers: number i of its half is [(i - t) mod 4] in round t.
 class registers {
 public:
     [[gnu::always_inline,

@@ -1,5 +1,5 @@
-// The message schedule of SHA-512 in AVX2 vectors, for two blocks at once: a vector holds two words of one block and, above
-// them, the same two words of another. The rounds stay with the kernels that include this.
+// The message schedule of SHA-512 in AVX2 vectors, for two blocks at once: a vector holds two words of one block and,
+// above them, the same two words of another. The rounds stay with the kernels that include this.
 #pragma once
 
 #include "core/secret.hpp"
@@ -17,8 +17,8 @@ using sha512_round_inputs = secret_array<std::uint64_t, 2 * 80>;
 
 class sha512_schedule {
 public:
-    // The sixteen words of both blocks, and what the first sixteen rounds need of them. Inlined and without loops, so that
-    // the words stay in vector registers; the same holds for next().
+    // The sixteen words of both blocks, and what the first sixteen rounds need of them. Inlined and without loops, so
+    // that the words stay in vector registers; the same holds for next().
     template <std::size_t... Pair>
     [[gnu::always_inline, gnu::target("avx2")]] sha512_schedule(const std::uint8_t* first, const std::uint8_t* second,
                                                                 std::uint64_t* inputs,
@@ -28,7 +28,8 @@ public:
         (put(inputs + 4 * Pair, &kSha512K[2 * Pair], w_[Pair]), ...);
     }
 
-    // The words of rounds 2 * Pair and 2 * Pair + 1 (mod 16) of the next sixteen; k are the constants of those rounds.
+    // The words of rounds 2 * Pair and 2 * Pair + 1 (mod 16) of the next sixteen; k are the constants of those
+    // rounds.
     template <std::size_t Pair>
     [[gnu::always_inline, gnu::target("avx2")]] void next(std::uint64_t* inputs, const std::uint64_t* k) noexcept
     {

@@ -1,8 +1,8 @@
 // Block functions of the SHA family: whole blocks only, the caller has already buffered the tail.
 //
 // Each function absorbs blocks.size() / block-length blocks into the chaining value `h` in order; blocks.size() is a
-// multiple of the block length and `blocks` may have any alignment. What they keep of the message is wiped or lives in
-// registers only.
+// multiple of the block length and `blocks` may have any alignment. What they store of the message is wiped; the rest
+// lives in registers, and what a compiler spills of those is out of reach.
 #pragma once
 
 #include "core/bytes.hpp"

@@ -1,5 +1,5 @@
-// Constants of the SHA family (FIPS 180-4, 4.2 and 5.3). Those of SHA-2 are the beginnings of the fractions of square and
-// cube roots of primes and are computed here.
+// Constants of the SHA family (FIPS 180-4, 4.2 and 5.3). Those of SHA-2 are the beginnings of the fractions of square
+// and cube roots of primes and are computed here.
 #pragma once
 
 #include <array>
@@ -11,8 +11,8 @@ namespace zrc {
 
 namespace sha_roots {
 
-// An unsigned number, 32 bits to a digit, lowest digit first. A plain array: compilers walk it much faster than std::array
-// when they compute a constant.
+// An unsigned number, 32 bits to a digit, lowest digit first. A plain array: fewer evaluation steps than std::array,
+// whose every access is a call.
 template <std::size_t N>
 struct number {
     std::uint32_t digits[N];
@@ -43,10 +43,10 @@ constexpr auto power(const number<3>& base)
         return power<Degree - 1>(base) * base;
 }
 
-// The first 64 bits of the fraction of the Degree-th root of `prime`, a prime below 8^Degree. The root is found bit by bit
-// as a number with two digits of fraction, so its power has 2 * Degree of them. The root is irrational: a number is below
-// it exactly when the whole part of its power is below the prime.
-// constexpr only: a consteval function Clang 14 would run twice for each root.
+// The first 64 bits of the fraction of the Degree-th root of `prime`, a prime below 8^Degree. The root is found bit
+// by bit as a number with two digits of fraction, so its power has 2 * Degree of them. The root is irrational: a
+// number is below it exactly when the whole part of its power is below the prime. constexpr only: a consteval
+// function Clang 14 would run twice for each root.
 template <unsigned Degree>
 constexpr std::uint64_t root_fraction(unsigned prime)
 {
@@ -103,14 +103,15 @@ consteval std::array<std::uint32_t, Count> halves(const auto& words, unsigned sh
 
 inline constexpr std::array<std::uint32_t, 5> kSha1Initial{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
 
-// Initial values: square roots of the first eight primes (SHA-512, and its high halves for SHA-256) and of the eight after
-// them (SHA-384, and its low halves for SHA-224).
+// Initial values: square roots of the first eight primes (SHA-512, and its high halves for SHA-256) and of the eight
+// after them (SHA-384, and its low halves for SHA-224).
 inline constexpr std::array<std::uint64_t, 8> kSha512Initial = sha_roots::root_fractions<2, 0, 8>();
 inline constexpr std::array<std::uint64_t, 8> kSha384Initial = sha_roots::root_fractions<2, 8, 8>();
 inline constexpr std::array<std::uint32_t, 8> kSha256Initial = sha_roots::halves<8>(kSha512Initial, 32);
 inline constexpr std::array<std::uint32_t, 8> kSha224Initial = sha_roots::halves<8>(kSha384Initial, 0);
 
-// Round constants: cube roots of the first 80 primes (SHA-512), and the high halves of the first 64 of them (SHA-256).
+// Round constants: cube roots of the first 80 primes (SHA-512), and the high halves of the first 64 of them
+// (SHA-256).
 alignas(64) inline constexpr std::array<std::uint64_t, 80> kSha512K = sha_roots::root_fractions<3, 0, 80>();
 alignas(64) inline constexpr std::array<std::uint32_t, 64> kSha256K = sha_roots::halves<64>(kSha512K, 32);
 
