@@ -22,6 +22,6 @@ std::string algorithm_help();
 // Finds a digest by its name ("sha256", "SHA-256"), leaving proven mode when it is not an approved one. Throws
 // failure: kUsage for an unknown name, kRefused for one that --proven forbids, kFailed when the library's self-test
 // fails. Makes the process's first gated call, so nothing else may use the library before.
-algorithm choose_algorithm(const std::string& name, const session& session);
+algorithm choose_algorithm(const std::string& given, const session& session);
 
 } // namespace tool
