@@ -33,6 +33,7 @@ public:
         if constexpr (Mode == block_mode::ctr) {
             counters(chain, x);
         } else {
+#pragma GCC unroll 16
             for (std::size_t i = 0; i < Vectors; ++i)
                 x[i] = Mode == block_mode::cfb_decrypt ? before(chain, in, i) : at(in, i);
         }
@@ -49,7 +50,9 @@ public:
 
         __m128i last;
         if constexpr (chained) last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + kLast));
-        for (std::size_t i = Vectors; i-- != 0;) {
+#pragma GCC unroll 16
+        for (std::size_t n = 0; n < Vectors; ++n) {
+            const std::size_t i = Vectors - 1 - n;
             __m512i z = y[i];
             if constexpr (Mode == block_mode::cbc_decrypt) z = _mm512_xor_si512(z, before(chain, in, i));
             if constexpr (Mode == block_mode::cfb_decrypt || Mode == block_mode::ctr)
@@ -85,6 +88,7 @@ private:
         const std::uint64_t next = low + 4 * Vectors;
         const __m512i base = _mm512_broadcast_i32x4(
             _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))); // lowest lane: low half
+#pragma GCC unroll 16
         for (std::size_t i = 0; i < Vectors; ++i) {
             const auto n = static_cast<long long>(4 * i);
             const __m512i step = _mm512_set_epi64(0, n + 3, 0, n + 2, 0, n + 1, 0, n);

@@ -7,6 +7,27 @@ set(KESTRIM_SOURCES
     core/status_proven.cpp
     core/utils.cpp
     core/version.cpp
+    cipher/aes_engine.cpp
+    cipher/aes_interface.cpp
+    cipher/aria_engine.cpp
+    cipher/aria_interface.cpp
+    cipher/bf_engine.cpp
+    cipher/bf_interface.cpp
+    cipher/blockcipher.cpp
+    cipher/blockcipher_record.cpp
+    cipher/des_engine.cpp
+    cipher/des_interface.cpp
+    cipher/lea_engine.cpp
+    cipher/lea_interface.cpp
+    cipher/rc2_engine.cpp
+    cipher/rc2_interface.cpp
+    cipher/rc4.cpp
+    cipher/rc5_engine.cpp
+    cipher/rc5_interface.cpp
+    cipher/seed_engine.cpp
+    cipher/seed_interface.cpp
+    digest/cbcmac.cpp
+    digest/desmac.cpp
     digest/digest.cpp
     digest/has160.cpp
     digest/has160_blocks.cpp
@@ -26,6 +47,16 @@ set(KESTRIM_SELF_TEST_SOURCES
 
 if(KESTRIM_X86_64_KERNELS)
     list(APPEND KESTRIM_SOURCES
+        cipher/aes_engine_aes_ni.cpp
+        cipher/aes_engine_vaes.cpp
+        cipher/aria_engine_aes_ni.cpp
+        cipher/aria_engine_gfni.cpp
+        cipher/des_engine_gfni.cpp
+        cipher/lea_engine_avx2.cpp
+        cipher/lea_engine_avx512.cpp
+        cipher/rc2_engine_avx512.cpp
+        cipher/rc5_engine_avx512.cpp
+        cipher/seed_engine_gfni.cpp
         digest/sha1_blocks_sha_ni.cpp
         digest/sha256_blocks_sha_ni.cpp
         digest/sha512_blocks_avx2.cpp

@@ -8,9 +8,13 @@ namespace zrc {
 // A feature stands for everything that a kernel which needs it was compiled with, saved vector state included.
 enum class cpu_feature : std::uint32_t {
     none = 0,
-    sha_ni = 1U << 0,        // SHA extensions, SSSE3, SSE4.1
-    avx2_bmi2 = 1U << 1,     // AVX2, BMI1, BMI2
-    avx512vl_bmi2 = 1U << 2, // AVX-512 F and VL, AVX2, BMI1, BMI2
+    sha_ni = 1U << 0,      // SHA extensions, SSSE3, SSE4.1
+    avx2 = 1U << 1,        // AVX2, BMI1, BMI2
+    avx512vl = 1U << 2,    // AVX-512 F and VL, and avx2
+    avx512 = 1U << 3,      // AVX-512 BW and DQ, and avx512vl
+    aes_ni = 1U << 4,      // AES-NI, SSSE3, SSE4.1
+    vaes_avx512 = 1U << 5, // VAES, avx512 and aes_ni
+    gfni_avx512 = 1U << 6, // GFNI, AVX-512 VBMI, and avx512
 };
 
 // True when this machine can run code that needs `feature`. Asks once for each process; any thread may call it.

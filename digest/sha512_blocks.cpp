@@ -13,8 +13,8 @@ namespace {
 
 constexpr kernel<sha512_blocks_fn> kKernels[] = {
 #if KESTRIM_X86_64_KERNELS
-    {"avx512vl", cpu_feature::avx512vl_bmi2, sha512_blocks_avx512vl},
-    {"avx2", cpu_feature::avx2_bmi2, sha512_blocks_avx2},
+    {"avx512vl", cpu_feature::avx512vl, sha512_blocks_avx512vl},
+    {"avx2", cpu_feature::avx2, sha512_blocks_avx2},
 #endif
     {"portable", cpu_feature::none, sha512_blocks_portable},
 };

@@ -96,7 +96,8 @@ std::uint32_t ZRC_Crypto_Self_Test()
 std::uint32_t zrc_Context_Check()
 {
     const bool complete = zrc::constructs<ZRC_New_HMAC_Unit, ZRC_Free_HMAC_Unit>() &&
-                          zrc::constructs<ZRC_New_DIGEST_Unit, ZRC_Free_DIGEST_Unit>();
+                          zrc::constructs<ZRC_New_DIGEST_Unit, ZRC_Free_DIGEST_Unit>() &&
+                          zrc::constructs<ZRC_New_BLOCK_CIPHER_Unit, ZRC_Free_BLOCK_CIPHER_Unit>();
     return complete ? 0 : zrc::self_test_failure(ZRC_F_CONTEXT_CHECK);
 }
 

@@ -1,0 +1,114 @@
+// LEA in the modes of operation, on a block cipher unit.
+#include "cipher/lea_engine.hpp"
+#include "cipher/modes.hpp"
+#include "kestrim/block_modes.h"
+#include "kestrim/state.h"
+
+namespace zrc {
+namespace {
+
+struct lea_interface {
+    using key = ZRC_LEA_KEY;
+    static constexpr std::size_t block_bytes = 16;
+    static constexpr std::uint32_t library = ZRC_L_LEA_INTERFACE;
+    static constexpr mode_functions functions{ZRC_F_DO_LEA_ECB, ZRC_F_DO_LEA_CBC, ZRC_F_DO_LEA_CFB, ZRC_F_DO_LEA_OFB,
+                                              ZRC_F_DO_LEA_CTR};
+
+    static void run(const ZRC_BLOCK_CIPHER_UNIT& unit, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
+                    std::uint8_t* out, std::size_t blocks) noexcept
+    {
+        lea_kernels.get()(*schedule_of<key>(&unit), mode, chain, in, out, blocks);
+    }
+};
+
+} // namespace
+} // namespace zrc
+
+using lea_modes = zrc::modes<zrc::lea_interface>;
+
+std::uint32_t zrc_Init_LEA_Key(ZRC_BLOCK_CIPHER_UNIT* unit, const std::uint8_t* key)
+{
+    const auto failure = zrc::code(ZRC_L_LEA_INTERFACE, ZRC_F_INIT_LEA_KEY, ZRC_ERR_INIT_KEY_FAILURE);
+
+    auto* schedule = zrc::schedule_of<ZRC_LEA_KEY>(unit);
+    if (!schedule || !key) return failure;
+    return zrc_Init_Encrypt_LEA_Key(key, unit->key_length, schedule) == 0 ? 0 : failure;
+}
+
+std::uint32_t zrc_Init_LEA(ZRC_BLOCK_CIPHER_UNIT* unit, const std::uint8_t* key, const std::uint8_t* iv,
+                           std::uint32_t encrypt)
+{
+    if (const std::uint32_t failed = ZRC_Crypto_Initialize()) return failed;
+    const auto failure = zrc::code(ZRC_L_LEA_INTERFACE, ZRC_F_INIT_LEA, ZRC_ERR_INIT_FAILURE);
+
+    if (!unit) return failure;
+    zrc::set_iv(*unit, iv);
+    unit->encrypt = encrypt;
+    return zrc_Init_LEA_Key(unit, key) == 0 ? 0 : failure;
+}
+
+std::uint32_t zrc_Do_LEA_ECB(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                             std::int32_t length)
+{
+    return lea_modes::ecb(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CBC(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                             std::int32_t length)
+{
+    return lea_modes::cbc(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                             std::int32_t length)
+{
+    return lea_modes::cfb(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_OFB(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                             std::int32_t length)
+{
+    return lea_modes::ofb(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CTR(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                             std::int32_t length)
+{
+    return lea_modes::ctr(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFBR(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                              std::int32_t length)
+{
+    return lea_modes::cfb_bits(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB1(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                              std::int32_t length)
+{
+    return lea_modes::cfb1(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB8(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                              std::int32_t length)
+{
+    return lea_modes::cfb_segments<1>(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB16(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                               std::int32_t length)
+{
+    return lea_modes::cfb_segments<2>(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB32(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                               std::int32_t length)
+{
+    return lea_modes::cfb_segments<4>(unit, out, in, length);
+}
+
+std::uint32_t zrc_Do_LEA_CFB64(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, const std::uint8_t* in,
+                               std::int32_t length)
+{
+    return lea_modes::cfb_segments<8>(unit, out, in, length);
+}

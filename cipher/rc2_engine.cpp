@@ -1,0 +1,117 @@
+// RC2 (RFC 2268): key expansion, single blocks and the portable kernel.
+#include "cipher/rc2_engine.hpp"
+
+#include "cipher/interleaved_blocks.hpp"
+#include "cipher/rc2_rounds.hpp"
+#include "core/error.hpp"
+#include "core/secret.hpp"
+
+#include <array>
+#include <cstring>
+
+namespace zrc {
+namespace {
+
+static_assert(sizeof(ZRC_RC2_KEY) == 144);
+
+constexpr std::uint32_t kMostKeyBytes = 128;
+constexpr std::uint32_t kMostEffectiveBits = 1024;
+
+// PITABLE of RFC 2268, section 2: a permutation of 0..255 made from the digits of pi.
+// clang-format off
+constexpr std::array<std::uint8_t, 256> kPiTable{
+    0xD9, 0x78, 0xF9, 0xC4, 0x19, 0xDD, 0xB5, 0xED, 0x28, 0xE9, 0xFD, 0x79, 0x4A, 0xA0, 0xD8, 0x9D,
+    0xC6, 0x7E, 0x37, 0x83, 0x2B, 0x76, 0x53, 0x8E, 0x62, 0x4C, 0x64, 0x88, 0x44, 0x8B, 0xFB, 0xA2,
+    0x17, 0x9A, 0x59, 0xF5, 0x87, 0xB3, 0x4F, 0x13, 0x61, 0x45, 0x6D, 0x8D, 0x09, 0x81, 0x7D, 0x32,
+    0xBD, 0x8F, 0x40, 0xEB, 0x86, 0xB7, 0x7B, 0x0B, 0xF0, 0x95, 0x21, 0x22, 0x5C, 0x6B, 0x4E, 0x82,
+    0x54, 0xD6, 0x65, 0x93, 0xCE, 0x60, 0xB2, 0x1C, 0x73, 0x56, 0xC0, 0x14, 0xA7, 0x8C, 0xF1, 0xDC,
+    0x12, 0x75, 0xCA, 0x1F, 0x3B, 0xBE, 0xE4, 0xD1, 0x42, 0x3D, 0xD4, 0x30, 0xA3, 0x3C, 0xB6, 0x26,
+    0x6F, 0xBF, 0x0E, 0xDA, 0x46, 0x69, 0x07, 0x57, 0x27, 0xF2, 0x1D, 0x9B, 0xBC, 0x94, 0x43, 0x03,
+    0xF8, 0x11, 0xC7, 0xF6, 0x90, 0xEF, 0x3E, 0xE7, 0x06, 0xC3, 0xD5, 0x2F, 0xC8, 0x66, 0x1E, 0xD7,
+    0x08, 0xE8, 0xEA, 0xDE, 0x80, 0x52, 0xEE, 0xF7, 0x84, 0xAA, 0x72, 0xAC, 0x35, 0x4D, 0x6A, 0x2A,
+    0x96, 0x1A, 0xD2, 0x71, 0x5A, 0x15, 0x49, 0x74, 0x4B, 0x9F, 0xD0, 0x5E, 0x04, 0x18, 0xA4, 0xEC,
+    0xC2, 0xE0, 0x41, 0x6E, 0x0F, 0x51, 0xCB, 0xCC, 0x24, 0x91, 0xAF, 0x50, 0xA1, 0xF4, 0x70, 0x39,
+    0x99, 0x7C, 0x3A, 0x85, 0x23, 0xB8, 0xB4, 0x7A, 0xFC, 0x02, 0x36, 0x5B, 0x25, 0x55, 0x97, 0x31,
+    0x2D, 0x5D, 0xFA, 0x98, 0xE3, 0x8A, 0x92, 0xAE, 0x05, 0xDF, 0x29, 0x10, 0x67, 0x6C, 0xBA, 0xC9,
+    0xD3, 0x00, 0xE6, 0xCF, 0xE1, 0x9E, 0xA8, 0x2C, 0x63, 0x16, 0x01, 0x3F, 0x58, 0xE2, 0x89, 0xA9,
+    0x0D, 0x38, 0x34, 0x1B, 0xAB, 0x33, 0xFF, 0xB0, 0xBB, 0x48, 0x0C, 0x5F, 0xB9, 0xB1, 0xCD, 0x2E,
+    0xC5, 0xF3, 0xDB, 0x47, 0xE5, 0xA5, 0x9C, 0x77, 0x0A, 0xA6, 0x20, 0x68, 0xFE, 0x7F, 0xC1, 0xAD,
+};
+// clang-format on
+
+void expand_key(const std::uint8_t* key, std::size_t key_bytes, std::uint32_t effective_bits,
+                ZRC_RC2_KEY& schedule) noexcept
+{
+    secret_array<std::uint8_t, kMostKeyBytes> l; // "L" of the RFC
+    const std::size_t effective_bytes = (effective_bits + 7) / 8;
+    const unsigned top_mask = 0xFFU >> (8 * effective_bytes - effective_bits);
+
+    std::memcpy(l.data(), key, key_bytes);
+    for (std::size_t i = key_bytes; i < kMostKeyBytes; ++i)
+        l[i] = kPiTable[std::uint8_t(l[i - 1] + l[i - key_bytes])];
+
+    const std::size_t first = kMostKeyBytes - effective_bytes;
+    l[first] = kPiTable[l[first] & top_mask];
+    for (std::size_t i = first; i-- != 0;)
+        l[i] = kPiTable[l[i + 1] ^ l[i + effective_bytes]];
+
+    for (std::size_t i = 0; i < 64; ++i)
+        schedule.round_key[i] = std::uint16_t(l[2 * i] | l[2 * i + 1] << 8);
+    schedule.effective_bits = effective_bits;
+    for (std::uint32_t& word : schedule.reserved)
+        word = 0;
+}
+
+constexpr kernel<blocks_fn<ZRC_RC2_KEY>> kKernels[] = {
+#if KESTRIM_X86_64_KERNELS
+    {"avx512", cpu_feature::avx512, rc2_blocks_avx512},
+#endif
+    {"portable", cpu_feature::none, rc2_blocks_portable},
+};
+
+} // namespace
+
+constinit kernel_choice<blocks_fn<ZRC_RC2_KEY>> rc2_kernels{kKernels};
+
+void rc2_cipher::encrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
+{
+    transform_block<rc2_core, false>(schedule, in, out);
+}
+
+void rc2_cipher::decrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
+{
+    transform_block<rc2_core, true>(schedule, in, out);
+}
+
+void rc2_blocks_portable(const ZRC_RC2_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
+                         std::uint8_t* out, std::size_t blocks) noexcept
+{
+    interleaved_modes<rc2_core, 4, 2, 1>::run(key, mode, chain, in, out, blocks);
+}
+
+} // namespace zrc
+
+std::uint32_t zrc_Init_Encrypt_RC2_Key(const std::uint8_t* key, std::uint32_t key_length, std::uint32_t effective_bits,
+                                       ZRC_RC2_KEY* schedule)
+{
+    // Errors of RC2 carry no function number.
+    constexpr std::uint32_t kInvalid = zrc::code(ZRC_L_RC2_INTERFACE, 0, ZRC_ERR_INVALID_INPUT);
+
+    if (!key || !schedule) return kInvalid;
+    if (key_length == 0 || key_length > zrc::kMostKeyBytes) return kInvalid;
+    if (effective_bits == 0 || effective_bits > zrc::kMostEffectiveBits) return kInvalid;
+    zrc::expand_key(key, key_length, effective_bits, *schedule);
+    return 0;
+}
+
+void zrc_RC2_Encrypt_Block(const std::uint8_t* in, std::uint8_t* out, const ZRC_RC2_KEY* schedule)
+{
+    if (!in || !out || !schedule) return;
+    zrc::rc2_cipher::encrypt(*schedule, in, out);
+}
+
+void zrc_RC2_Decrypt_Block(const std::uint8_t* in, std::uint8_t* out, const ZRC_RC2_KEY* schedule)
+{
+    if (!in || !out || !schedule) return;
+    zrc::rc2_cipher::decrypt(*schedule, in, out);
+}
