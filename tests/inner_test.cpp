@@ -119,7 +119,7 @@ TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
               (codes{0x0A05003A, 0x0A050022, 0}));
     EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_HMAC(ZRC_SHA512, kKey, 200, kData, 3, output, nullptr); }),
               (codes{0x0F04003B, 0x0F040023, 0x0F040023, 0x0F040023, 0x0F040023, 0}));
-    EXPECT_EQ(codes_with_failing_allocations(zrc_Context_Check), (codes{0x1A020059, 0x1A020059, 0}));
+    EXPECT_EQ(codes_with_failing_allocations(zrc_Context_Check), (codes{0x1A020059, 0x1A020059, 0x1A020059, 0}));
 
     // On one unit that lives through all the failures: each Init releases what the last one left, and the unit refuses to
     // work until one succeeds.

@@ -1,0 +1,191 @@
+// The ARIA engine: tables, schedules and single blocks against RFC 5794, kernels against each other.
+#include "cipher/aria_engine.hpp"
+#include "cipher/aria_tables.hpp"
+#include "tests/cipher/kernels_equal.hpp"
+#include "tests/vector_file.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+using test::bytes;
+
+constexpr std::uint32_t kBadInput = 0x0201002B;
+
+ZRC_ARIA_KEY filled(std::uint8_t value)
+{
+    ZRC_ARIA_KEY schedule;
+    std::memset(&schedule, value, sizeof schedule);
+    return schedule;
+}
+
+bool same(const ZRC_ARIA_KEY& a, const ZRC_ARIA_KEY& b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+ZRC_ARIA_KEY keyed(decltype(zrc_Init_Encrypt_ARIA_Key)* init, const bytes& key)
+{
+    ZRC_ARIA_KEY schedule = filled(0xA5);
+    EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &schedule), 0U);
+    return schedule;
+}
+
+std::string hex_words(const std::uint32_t* words, std::size_t count)
+{
+    bytes data;
+    for (std::size_t i = 0; i < count; ++i)
+        for (int shift = 24; shift >= 0; shift -= 8)
+            data.push_back(std::uint8_t(words[i] >> shift));
+    return test::hex(data);
+}
+
+TEST(AriaEngine, TablesAreThoseOfTheStandard)
+{
+    const test::stanza tables = test::read_vectors("aria.txt", "ARIA tables").front();
+    const struct {
+        const char* name;
+        const zrc::aria_word_box& box;
+        std::uint32_t pattern; // bytes that hold the entry
+    } kBoxes[]{
+        {"sb1", zrc::S1, 0x00010101},
+        {"sb2", zrc::S2, 0x01000101},
+        {"sb3", zrc::X1, 0x01010001},
+        {"sb4", zrc::X2, 0x01010100},
+    };
+    for (const auto& [name, box, pattern] : kBoxes)
+        for (std::size_t x = 0; x < 256; ++x)
+            ASSERT_EQ(box[x], tables[name].at(x) * pattern) << name << " " << x;
+
+    static_assert(sizeof zrc::KRK == 48);
+    EXPECT_EQ(hex_words(zrc::KRK[0], 12), test::hex(tables["c1"]) + test::hex(tables["c2"]) + test::hex(tables["c3"]));
+}
+
+TEST(AriaEngine, ExpandsKeys)
+{
+    for (const test::stanza& vector : test::read_vectors("aria.txt", "ARIA key schedule")) {
+        const bytes& key = vector["key"];
+        const auto bits = std::uint32_t(8 * key.size());
+        const std::uint32_t rounds = bits / 32 + 8;
+        const std::size_t words = 4 * (rounds + 1);
+        const std::string encryption = test::hex(vector["encryption_round_keys"]);
+        const std::string decryption = test::hex(vector["decryption_round_keys"]);
+
+        bytes misaligned(1 + key.size());
+        std::copy(key.begin(), key.end(), misaligned.begin() + 1);
+        std::uint32_t round_keys[69];
+        round_keys[words] = 0xFEEDBEEF;
+        EXPECT_EQ(set_encrypt_key(misaligned.data() + 1, round_keys, bits), rounds);
+        EXPECT_EQ(hex_words(round_keys, words), encryption) << vector.place;
+        EXPECT_EQ(set_decrypt_key(misaligned.data() + 1, round_keys, bits), rounds);
+        EXPECT_EQ(hex_words(round_keys, words), decryption) << vector.place;
+        EXPECT_EQ(round_keys[words], 0xFEEDBEEF) << "nothing behind the round keys is written";
+
+        // Each direction fills its own half and clears the rest.
+        const std::string rest(8 * (68 - words), '0'), empty(8 * 68, '0');
+        const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, key);
+        EXPECT_EQ(hex_words(forward.encrypt, 68) + hex_words(forward.decrypt, 68), encryption + rest + empty);
+        EXPECT_EQ(forward.rounds, rounds);
+        const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, key);
+        EXPECT_EQ(hex_words(backward.encrypt, 68) + hex_words(backward.decrypt, 68), empty + decryption + rest);
+        EXPECT_EQ(backward.rounds, rounds);
+
+        ZRC_ARIA_KEY recovered = filled(0xA5);
+        zrc::aria_forward_schedule(backward, recovered);
+        EXPECT_TRUE(same(recovered, forward)) << vector.place;
+    }
+}
+
+TEST(AriaEngine, RefusesOtherKeys)
+{
+    const bytes key(40, 0x11);
+    std::uint32_t round_keys[68]{}, untouched[68]{};
+    const ZRC_ARIA_KEY before = filled(0xA5);
+    for (const auto init : {zrc_Init_Encrypt_ARIA_Key, zrc_Init_Decrypt_ARIA_Key}) {
+        ZRC_ARIA_KEY schedule = before;
+        for (const std::uint32_t length : {0U, 8U, 15U, 17U, 20U, 31U, 33U, 40U, 128U, 0x20000010U, 0xFFFFFFFFU})
+            EXPECT_EQ(init(key.data(), length, &schedule), kBadInput) << length;
+        EXPECT_EQ(init(nullptr, 16, &schedule), kBadInput);
+        EXPECT_EQ(init(key.data(), 16, nullptr), kBadInput);
+        EXPECT_TRUE(same(schedule, before));
+    }
+    for (const auto set : {set_encrypt_key, set_decrypt_key}) {
+        for (const std::uint32_t bits : {0U, 16U, 64U, 127U, 129U, 160U, 320U, 0xFFFFFFFFU})
+            EXPECT_EQ(set(key.data(), round_keys, bits), 0U) << bits;
+        EXPECT_EQ(set(nullptr, round_keys, 128), 0U);
+        EXPECT_EQ(set(key.data(), nullptr, 128), 0U);
+        EXPECT_EQ(std::memcmp(round_keys, untouched, sizeof untouched), 0);
+    }
+}
+
+TEST(AriaEngine, CryptsSingleBlocks)
+{
+    for (const char* section : {"ARIA-128 ECB", "ARIA-192 ECB", "ARIA-256 ECB"}) {
+        for (const test::stanza& vector : test::read_vectors("aria.txt", section)) {
+            const bytes& plain = vector["plaintext"];
+            const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, vector["key"]);
+            const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, vector["key"]);
+            bytes data(plain.size());
+            for (std::size_t i = 0; i < plain.size(); i += 16)
+                zrc_ARIA_Encrypt_Block(&plain[i], &data[i], &forward);
+            EXPECT_EQ(test::hex(data), test::hex(vector["ciphertext"])) << vector.place;
+            for (std::size_t i = 0; i < plain.size(); i += 16)
+                zrc_ARIA_Decrypt_Block(&data[i], &data[i], &backward);
+            EXPECT_EQ(test::hex(data), test::hex(plain)) << vector.place;
+
+            // Keyed for the other direction: no crash, and not the right answer.
+            zrc_ARIA_Decrypt_Block(vector["ciphertext"].data(), data.data(), &forward);
+            EXPECT_NE(std::memcmp(data.data(), plain.data(), 16), 0);
+        }
+    }
+}
+
+TEST(AriaEngine, DoesNothingWithoutAKey)
+{
+    for (const std::uint32_t rounds : {0U, 1U, 13U, 18U, 0xFFFFFFFFU}) {
+        ZRC_ARIA_KEY schedule = filled(0);
+        schedule.rounds = rounds;
+        const bytes in(16 * 70, 0x11), before(in.size(), 0x22), iv(16, 0x33);
+        bytes out = before, chain = iv;
+        zrc_ARIA_Encrypt_Block(in.data(), out.data(), &schedule);
+        zrc_ARIA_Decrypt_Block(in.data(), out.data(), &schedule);
+        for (const auto& kernel : zrc::aria_kernels.list()) {
+            if (!zrc::cpu_has(kernel.needs)) continue;
+            for (int mode = 0; mode <= int(zrc::block_mode::ctr); ++mode)
+                kernel.run(schedule, zrc::block_mode(mode), chain.data(), in.data(), out.data(), 70);
+        }
+        EXPECT_EQ(out, before);
+        EXPECT_EQ(chain, iv);
+
+        ZRC_ARIA_KEY forward = filled(0xA5);
+        zrc::aria_forward_schedule(schedule, forward);
+        EXPECT_TRUE(same(forward, filled(0)));
+    }
+}
+
+TEST(AriaEngine, KernelsAreEqual)
+{
+    test::repeatable random{5794};
+    for (const std::size_t length : {16U, 24U, 32U}) {
+        const bytes key = random.data(length);
+        expect_kernels_equal<ZRC_ARIA_KEY>(zrc::aria_kernels, keyed(zrc_Init_Encrypt_ARIA_Key, key),
+                                           keyed(zrc_Init_Decrypt_ARIA_Key, key), 16, 2 * 64 + 5);
+    }
+}
+
+TEST(AriaEngine, PrintsBlocks)
+{
+    const bytes block{0x00, 0x1F, 0xA0, 0xFF, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    testing::internal::CaptureStdout();
+    printBlock(block.data());
+    printBlockOfLength(block.data(), 3);
+    printBlockOfLength(block.data(), 0);
+    printBlockOfLength(block.data(), -1);
+    printBlockOfLength(nullptr, 3);
+    printBlock(nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "001fa0ff0405060708090a0b0c0d0e0f\n001fa0\n\n");
+}
+
+} // namespace

@@ -1,0 +1,150 @@
+// Random messages against OpenSSL's ciphers, in every mode that both have.
+#include "kestrim_crypto.h"
+#include "tests/vector_file.hpp"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <openssl/evp.h>
+#include <openssl/provider.h>
+
+namespace {
+
+using test::bytes;
+
+struct freer {
+    void operator()(ZRC_BLOCK_CIPHER_UNIT* unit) const { ZRC_Free_BLOCK_CIPHER_Unit(unit); }
+    void operator()(ZRC_RC4_UNIT* unit) const { ZRC_Free_RC4_Unit(unit); }
+    void operator()(EVP_CIPHER* cipher) const { EVP_CIPHER_free(cipher); }
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+    void operator()(OSSL_PROVIDER* provider) const { OSSL_PROVIDER_unload(provider); }
+};
+template <class T>
+using owned = std::unique_ptr<T, freer>;
+
+struct peer {
+    std::uint32_t id;
+    const char* name; // OpenSSL's, which a mode follows
+    std::size_t key_bytes, block_bytes;
+};
+constexpr peer kPeers[] = {{ZRC_AES_128, "aes-128", 16, 16},   {ZRC_AES_192, "aes-192", 24, 16},
+                           {ZRC_AES_256, "aes-256", 32, 16},   {ZRC_ARIA_128, "aria-128", 16, 16},
+                           {ZRC_ARIA_192, "aria-192", 24, 16}, {ZRC_ARIA_256, "aria-256", 32, 16},
+                           {ZRC_SEED, "seed", 16, 16},         {ZRC_DES, "des", 8, 8},
+                           {ZRC_DES_EDE2, "des-ede", 16, 8},   {ZRC_DES_EDE3, "des-ede3", 24, 8},
+                           {ZRC_BLOWFISH, "bf", 16, 8},        {ZRC_RC2_128, "rc2", 16, 8}};
+
+// One message, or one way back, under one key.
+struct job {
+    std::uint32_t id;
+    const EVP_CIPHER* evp;
+    bytes key, iv;
+    bool encrypt;
+};
+
+bytes theirs(const job& j, const bytes& in)
+{
+    const owned<EVP_CIPHER_CTX> context{EVP_CIPHER_CTX_new()};
+    bytes out(in.size() + 16);
+    int written = 0, rest = 0;
+    EXPECT_EQ(EVP_CipherInit_ex(context.get(), j.evp, nullptr, nullptr, nullptr, j.encrypt), 1);
+    EXPECT_EQ(EVP_CIPHER_CTX_set_key_length(context.get(), int(j.key.size())), 1);
+    EXPECT_EQ(EVP_CipherInit_ex(context.get(), nullptr, nullptr, j.key.data(), j.iv.data(), j.encrypt), 1);
+    EVP_CIPHER_CTX_set_padding(context.get(), (j.id & ZRC_NO_PADDING) == 0);
+    EXPECT_EQ(EVP_CipherUpdate(context.get(), out.data(), &written, in.data(), int(in.size())), 1);
+    EXPECT_EQ(EVP_CipherFinal_ex(context.get(), out.data() + written, &rest), 1);
+    return {out.begin(), out.begin() + written + rest};
+}
+
+owned<ZRC_BLOCK_CIPHER_UNIT> keyed(const job& j)
+{
+    owned<ZRC_BLOCK_CIPHER_UNIT> unit{ZRC_New_BLOCK_CIPHER_Unit()};
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit.get(), j.id, j.key.data(), j.iv.data(), j.encrypt), 0U);
+    return unit;
+}
+
+bytes ours(const job& j, const bytes& in, test::repeatable& random)
+{
+    const auto unit = keyed(j);
+    bytes out(in.size() + 16);
+    std::int32_t total = 0, written = 0;
+    random.pieces(in, 1 + random.upto(in.size() - 1), [&](auto piece) {
+        std::uint8_t* const to = out.data() + total;
+        EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit.get(), to, &written, piece.data(), std::int32_t(piece.size())), 0U);
+        total += written;
+    });
+    EXPECT_EQ(ZRC_Final_BLOCK_CIPHER(unit.get(), out.data() + total, &written), 0U);
+    return {out.begin(), out.begin() + total + written};
+}
+
+// Whole blocks over themselves, any number of them at a time.
+bytes ours_in_place(const job& j, bytes data, std::size_t block_bytes, test::repeatable& random)
+{
+    const auto unit = keyed(j);
+    for (std::size_t at = 0, size = 0; at < data.size(); at += size) {
+        std::int32_t written = 0;
+        size = (1 + random.upto((data.size() - at) / block_bytes - 1)) * block_bytes;
+        std::uint8_t* const piece = data.data() + at;
+        EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit.get(), piece, &written, piece, std::int32_t(size)), 0U);
+        EXPECT_EQ(std::size_t(written), size);
+    }
+    return data;
+}
+
+void compare(const peer& p, std::uint32_t mode, const EVP_CIPHER* evp, test::repeatable& random)
+{
+    // Streams are decrypted with this flag only.
+    const std::uint32_t id = p.id | mode, whole = id | ZRC_NO_PADDING, back = mode <= ZRC_MODE_CBC ? id : whole;
+    for (int i = 0; i <= 60; ++i) {
+        const std::size_t size = i < 60 ? 1 + random.upto(2998) : 1 << 20;
+        const bytes key = random.data(p.key_bytes), iv = random.data(p.block_bytes), message = random.data(size);
+        const bytes sealed = theirs({back, evp, key, iv, true}, message);
+        ASSERT_TRUE(ours({id, evp, key, iv, true}, message, random) == sealed) << "encryption of " << size;
+        ASSERT_TRUE(ours({back, evp, key, iv, false}, sealed, random) == message) << "decryption of " << size;
+        const bytes blocks = random.data(size + p.block_bytes - size % p.block_bytes);
+        for (const bool encrypt : {true, false}) {
+            const job in_place{whole, evp, key, iv, encrypt};
+            ASSERT_TRUE(ours_in_place(in_place, blocks, p.block_bytes, random) == theirs(in_place, blocks)) << encrypt;
+        }
+    }
+}
+
+TEST(CipherPeer, BlockCiphers)
+{
+    const owned<OSSL_PROVIDER> legacy{OSSL_PROVIDER_try_load(nullptr, "legacy", 1)};
+    test::repeatable random{61};
+    int compared = 0;
+    for (const peer& p : kPeers) {
+        for (const std::uint32_t mode : {ZRC_MODE_ECB, ZRC_MODE_CBC, ZRC_MODE_CFB, ZRC_MODE_OFB, ZRC_MODE_CTR}) {
+            const std::string name = std::string(p.name) + "-" + ZRC_Get_Mode_Name(mode);
+            const owned<EVP_CIPHER> evp{EVP_CIPHER_fetch(nullptr, name.c_str(), nullptr)};
+            if (!evp) continue; // not in this OpenSSL
+            SCOPED_TRACE(name);
+            ASSERT_NO_FATAL_FAILURE(compare(p, mode, evp.get(), random));
+            ++compared;
+        }
+    }
+    EXPECT_GE(compared, 15) << "AES is in every OpenSSL";
+}
+
+TEST(CipherPeer, Rc4)
+{
+    const owned<OSSL_PROVIDER> legacy{OSSL_PROVIDER_try_load(nullptr, "legacy", 1)};
+    const owned<EVP_CIPHER> evp{EVP_CIPHER_fetch(nullptr, "rc4", nullptr)};
+    if (!evp) GTEST_SKIP() << "this OpenSSL has no RC4";
+    test::repeatable random{62};
+    const owned<ZRC_RC4_UNIT> unit{ZRC_New_RC4_Unit()};
+    for (int i = 0; i <= 60; ++i) {
+        const bytes key = random.data(1 + random.upto(63));
+        const bytes message = random.data(i < 60 ? 1 + random.upto(2998) : 1 << 20);
+        bytes data = message;
+        ASSERT_EQ(ZRC_Init_RC4(unit.get(), key.data(), std::int32_t(key.size())), 0U);
+        random.pieces(message, message.size(), [&, at = data.data()](auto piece) mutable {
+            const std::uint8_t* const in = i % 2 == 0 ? at : piece.data(); // in place, too
+            EXPECT_EQ(ZRC_Do_RC4(unit.get(), in, std::uint32_t(piece.size()), at), 0U);
+            at += piece.size();
+        });
+        ASSERT_TRUE(data == theirs({ZRC_NO_PADDING, evp.get(), key, bytes(16), true}, message)) << key.size();
+    }
+}
+
+} // namespace

@@ -1,0 +1,498 @@
+// The modes of every cipher: published vectors through the unit and through the ciphers' own functions, what each mode
+// does with lengths, directions, counters and bits, and every code of kestrim/block_modes.h.
+#include "kestrim/aes.h"
+#include "kestrim/block_cipher.h"
+#include "kestrim/block_modes.h"
+#include "kestrim_crypto.h"
+#include "tests/vector_file.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace {
+
+using test::bytes;
+using test::hex;
+using unit_t = ZRC_BLOCK_CIPHER_UNIT;
+using mode_fn = std::uint32_t (*)(unit_t*, std::uint8_t*, const std::uint8_t*, std::int32_t);
+using init_fn = std::uint32_t (*)(unit_t*, const std::uint8_t*, const std::uint8_t*, std::uint32_t);
+
+// Places of a cipher's functions.
+constexpr std::size_t kEcb = 0, kCbc = 1, kCfb = 2, kOfb = 3, kCtr = 4, kCfbr = 5, kCfb1 = 6, kCfb8 = 7, kCfb16 = 8;
+constexpr std::size_t kCfb32 = 9, kCfb64 = 10, kFunctions = 11;
+
+struct family_facts {
+    std::uint32_t id, key_bytes, block_bytes; // of its smallest key
+    std::uint32_t module, numbers[5];         // in the codes of ECB, CBC, CFB and all CFBn, OFB, CTR
+    init_fn init;
+    std::uint32_t no_key; // what init answers to a null key
+};
+
+// One cipher's own functions; null where it has none.
+struct family : family_facts {
+    mode_fn run[kFunctions];
+
+    std::uint32_t code(std::size_t f) const { return module << 24 | numbers[f < kCfbr ? f : kCfb] << 16 | 0x2B; }
+};
+
+constexpr family kFamilies[] = {
+    {{ZRC_AES_128, 16, 16, 0x01, {3, 4, 5, 6, 7}, zrc_Init_AES, 0x02020024},
+     {zrc_Do_AES_ECB, zrc_Do_AES_CBC, zrc_Do_AES_CFB, zrc_Do_AES_OFB, zrc_Do_AES_CTR, zrc_Do_AES_CFBR, zrc_Do_AES_CFB1,
+      zrc_Do_AES_CFB8, zrc_Do_AES_CFB16, zrc_Do_AES_CFB32, zrc_Do_AES_CFB64}},
+    {{ZRC_ARIA_128, 16, 16, 0x02, {3, 4, 5, 6, 7}, zrc_Init_ARIA, 0},
+     {zrc_Do_ARIA_ECB, zrc_Do_ARIA_CBC, zrc_Do_ARIA_CFB, zrc_Do_ARIA_OFB, zrc_Do_ARIA_CTR, zrc_Do_ARIA_CFBR,
+      zrc_Do_ARIA_CFB1, zrc_Do_ARIA_CFB8, zrc_Do_ARIA_CFB16, zrc_Do_ARIA_CFB32, zrc_Do_ARIA_CFB64}},
+    {{ZRC_SEED, 16, 16, 0x19, {5, 3, 4, 6, 7}, zrc_Init_SEED, 0x19020023},
+     {zrc_Do_SEED_ECB, zrc_Do_SEED_CBC, zrc_Do_SEED_CFB, zrc_Do_SEED_OFB, zrc_Do_SEED_CTR, zrc_Do_SEED_CFBR,
+      zrc_Do_SEED_CFB1, zrc_Do_SEED_CFB8, zrc_Do_SEED_CFB16, zrc_Do_SEED_CFB32, zrc_Do_SEED_CFB64}},
+    {{ZRC_LEA_128, 16, 16, 0x1F, {3, 4, 5, 6, 7}, zrc_Init_LEA, 0x1F020023},
+     {zrc_Do_LEA_ECB, zrc_Do_LEA_CBC, zrc_Do_LEA_CFB, zrc_Do_LEA_OFB, zrc_Do_LEA_CTR, zrc_Do_LEA_CFBR, zrc_Do_LEA_CFB1,
+      zrc_Do_LEA_CFB8, zrc_Do_LEA_CFB16, zrc_Do_LEA_CFB32, zrc_Do_LEA_CFB64}},
+    {{ZRC_DES, 8, 8, 0x08, {2, 3, 4, 5, 6}, zrc_Init_DES, 0},
+     {zrc_Do_DES_ECB, zrc_Do_DES_CBC, zrc_Do_DES_CFB, zrc_Do_DES_OFB, zrc_Do_DES_CTR, zrc_Do_DES_CFBR, zrc_Do_DES_CFB1,
+      zrc_Do_DES_CFB8, zrc_Do_DES_CFB16, zrc_Do_DES_CFB32}},
+    {{ZRC_DES_EDE2, 16, 8, 0x07, {2, 3, 4, 5, 6}, zrc_Init_DES_EDE, 0},
+     {zrc_Do_DES_EDE_ECB, zrc_Do_DES_EDE_CBC, zrc_Do_DES_EDE_CFB, zrc_Do_DES_EDE_OFB, zrc_Do_DES_EDE_CTR,
+      zrc_Do_DES_EDE_CFBR, zrc_Do_DES_EDE_CFB1, zrc_Do_DES_EDE_CFB8, zrc_Do_DES_EDE_CFB16, zrc_Do_DES_EDE_CFB32}},
+    {{ZRC_RC2_40, 5, 8, 0x15, {0, 0, 0, 0, 0}, zrc_Init_RC2, 0x15000023},
+     {zrc_Do_RC2_ECB, zrc_Do_RC2_CBC, zrc_Do_RC2_CFB, zrc_Do_RC2_OFB, nullptr, zrc_Do_RC2_CFBR, zrc_Do_RC2_CFB1,
+      zrc_Do_RC2_CFB8, zrc_Do_RC2_CFB16, zrc_Do_RC2_CFB32}},
+    {{ZRC_RC5, 16, 8, 0x17, {2, 3, 4, 5, 6}, zrc_Init_RC5, 0x17020023},
+     {zrc_Do_RC5_ECB, zrc_Do_RC5_CBC, zrc_Do_RC5_CFB, zrc_Do_RC5_OFB, zrc_Do_RC5_CTR, zrc_Do_RC5_CFBR, zrc_Do_RC5_CFB1,
+      zrc_Do_RC5_CFB8, zrc_Do_RC5_CFB16, zrc_Do_RC5_CFB32, zrc_Do_RC5_CFB64}},
+    {{ZRC_BLOWFISH, 16, 8, 0x03, {3, 4, 5, 6, 7}, zrc_Init_BF, 0x03020023},
+     {zrc_Do_BF_ECB, zrc_Do_BF_CBC, zrc_Do_BF_CFB, zrc_Do_BF_OFB, zrc_Do_BF_CTR, zrc_Do_BF_CFBR, zrc_Do_BF_CFB1,
+      zrc_Do_BF_CFB8, zrc_Do_BF_CFB16, zrc_Do_BF_CFB32}},
+};
+
+struct cipher {
+    std::uint32_t id, key_bytes;
+    const char *file, *section;
+    std::size_t of; // family
+    std::uint32_t effective_bits = 0;
+};
+
+constexpr cipher kCiphers[] = {
+    {ZRC_AES_128, 16, "aes.txt", "AES-128", 0},    {ZRC_AES_192, 24, "aes.txt", "AES-192", 0},
+    {ZRC_AES_256, 32, "aes.txt", "AES-256", 0},    {ZRC_ARIA_128, 16, "aria.txt", "ARIA-128", 1},
+    {ZRC_ARIA_192, 24, "aria.txt", "ARIA-192", 1}, {ZRC_ARIA_256, 32, "aria.txt", "ARIA-256", 1},
+    {ZRC_SEED, 16, "seed.txt", "SEED-128", 2},     {ZRC_SEED_256, 32, "seed.txt", "SEED-256", 2},
+    {ZRC_LEA_128, 16, "lea.txt", "LEA-128", 3},    {ZRC_LEA_192, 24, "lea.txt", "LEA-192", 3},
+    {ZRC_LEA_256, 32, "lea.txt", "LEA-256", 3},    {ZRC_DES, 8, "des.txt", "DES", 4},
+    {ZRC_DES_EDE2, 16, "des.txt", "DES-EDE2", 5},  {ZRC_DES_EDE, 24, "des.txt", "DES-EDE3", 5},
+    {ZRC_DES_EDE3, 24, "des.txt", "DES-EDE3", 5},  {ZRC_RC2_40, 5, "rc2.txt", "RC2", 6, 40},
+    {ZRC_RC2_64, 8, "rc2.txt", "RC2", 6, 64},      {ZRC_RC2_128, 16, "rc2.txt", "RC2", 6, 128},
+    {ZRC_RC5, 16, "rc5.txt", "RC5-32/16/16", 7},   {ZRC_BLOWFISH, 16, "blowfish.txt", "Blowfish", 8},
+};
+
+struct mode {
+    const char* name;
+    std::uint32_t bits; // of the identifier; for CFBn that of CFB, whose key schedule they use
+    std::size_t function, step;
+};
+
+constexpr mode kModes[] = {
+    {"ECB", ZRC_MODE_ECB, kEcb, 16},    {"CBC", ZRC_MODE_CBC, kCbc, 16},    {"CFB", ZRC_MODE_CFB, kCfb, 1},
+    {"OFB", ZRC_MODE_OFB, kOfb, 1},     {"CTR", ZRC_MODE_CTR, kCtr, 1},     {"CFB1", ZRC_MODE_CFB, kCfb1, 1},
+    {"CFB8", ZRC_MODE_CFB, kCfb8, 1},   {"CFB16", ZRC_MODE_CFB, kCfb16, 2}, {"CFB32", ZRC_MODE_CFB, kCfb32, 4},
+    {"CFB64", ZRC_MODE_CFB, kCfb64, 8},
+};
+
+struct freer {
+    void operator()(unit_t* unit) const { ZRC_Free_BLOCK_CIPHER_Unit(unit); }
+};
+using unit_ptr = std::unique_ptr<unit_t, freer>;
+
+unit_ptr unit_for(std::uint32_t id, const bytes& key, const bytes& iv, std::uint32_t encrypt)
+{
+    unit_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit.get(), id, key.data(), iv.empty() ? nullptr : iv.data(), encrypt), 0U);
+    return unit;
+}
+
+// A decimal number, of which the vector file holds two digits a byte.
+std::uint32_t decimal(const bytes& digits)
+{
+    std::uint32_t value = 0;
+    for (const std::uint8_t two : digits)
+        value = value * 100 + (two >> 4) * 10U + (two & 15U);
+    return value;
+}
+
+// The vectors of a section that the cipher's identifier can be keyed for.
+std::vector<test::stanza> vectors_for(const cipher& c, const std::string& section)
+{
+    auto vectors = test::read_vectors(c.file, std::string{c.section} + " " + section);
+    std::erase_if(vectors, [&](const test::stanza& v) {
+        return v["key"].size() != c.key_bytes ||
+               (c.effective_bits != 0 && decimal(v["effective_bits"]) != c.effective_bits);
+    });
+    EXPECT_FALSE(vectors.empty()) << c.section << " " << section;
+    return vectors;
+}
+
+bytes iv_of(const test::stanza& v)
+{
+    return v.values.contains("iv") ? v["iv"] : bytes{};
+}
+
+// The unit makes `to` of `from`: at once, in place, and in pieces; one keyed unit for all of them.
+void expect_unit(std::uint32_t id, const test::stanza& v, std::uint32_t encrypt, test::repeatable& random)
+{
+    const bytes &from = v[encrypt ? "plaintext" : "ciphertext"], &to = v[encrypt ? "ciphertext" : "plaintext"];
+    SCOPED_TRACE(v.place + (encrypt ? ", encryption" : ", decryption"));
+    const unit_ptr unit = unit_for(id, v["key"], iv_of(v), encrypt);
+    for (const std::size_t longest : {std::size_t{0}, std::size_t{1}, std::size_t{20}, 1 + from.size()}) {
+        for (const bool in_place : {false, true}) {
+            if (in_place && longest != 0) continue; // promised for one call
+            bytes out(from.size() + 32, 0xEE);
+            if (in_place) std::ranges::copy(from, out.begin());
+            const std::uint8_t* const start = in_place ? out.data() : from.data();
+            std::size_t written = 0;
+            const auto update = [&](std::span<const std::uint8_t> piece) {
+                std::int32_t length = -1;
+                const auto size = std::int32_t(piece.size());
+                EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit.get(), &out[written], &length, piece.data(), size), 0U);
+                written += std::size_t(length);
+            };
+            if (longest == 0)
+                update({start, from.size()});
+            else
+                random.pieces(from, longest, update);
+            std::int32_t length = -1;
+            EXPECT_EQ(ZRC_Final_BLOCK_CIPHER(unit.get(), &out[written], &length), 0U);
+            out.resize(written + std::size_t(length));
+            EXPECT_EQ(hex(out), hex(to)) << "pieces of up to " << longest << (in_place ? ", in place" : "");
+        }
+    }
+}
+
+TEST(Modes, PublishedVectorsThroughTheUnit)
+{
+    test::repeatable random{41};
+    for (const cipher& c : kCiphers) {
+        for (const mode& m : kModes) {
+            const family& f = kFamilies[c.of];
+            if (m.function > kCtr || !f.run[m.function]) continue;
+            const bool streams = m.step == 1;
+            for (const test::stanza& v : vectors_for(c, m.name)) {
+                expect_unit(c.id | m.bits | ZRC_NO_PADDING, v, 1, random);
+                expect_unit(c.id | m.bits | ZRC_NO_PADDING, v, 0, random);
+                if (streams) expect_unit(c.id | m.bits, v, 1, random); // encryption does not look at the flag
+                if (m.function != kCfb || f.block_bytes != 16) continue;
+                expect_unit(c.id | ZRC_MODE_CFB128 | ZRC_NO_PADDING, v, 1, random);
+                if (c.of != 0) expect_unit(c.id | ZRC_MODE_CFB128 | ZRC_NO_PADDING, v, 0, random);
+            }
+            if (streams) continue;
+            for (const test::stanza& v : vectors_for(c, std::string{m.name} + " PKCS7")) {
+                expect_unit(c.id | m.bits, v, 1, random);
+                expect_unit(c.id | m.bits, v, 0, random);
+            }
+        }
+    }
+}
+
+// The cipher's own function makes `to` of `from` in whole steps, in place and not, and writes nothing behind them.
+void expect_function(const cipher& c, const mode& m, const test::stanza& v, std::uint32_t encrypt,
+                     test::repeatable& random)
+{
+    const bytes &from = v[encrypt ? "plaintext" : "ciphertext"], &to = v[encrypt ? "ciphertext" : "plaintext"];
+    SCOPED_TRACE(v.place + (encrypt ? ", encryption" : ", decryption"));
+    const std::size_t step = std::min<std::size_t>(m.step, kFamilies[c.of].block_bytes), steps = from.size() / step;
+    const std::size_t bits = v.values.contains("bits") ? decimal(v["bits"]) : from.size() * 8;
+    for (const std::size_t most : {steps, std::size_t{1}, std::size_t{5}, std::size_t{40}}) {
+        for (const bool in_place : {false, true}) {
+            const unit_ptr unit = unit_for(c.id | m.bits | ZRC_NO_PADDING, v["key"], iv_of(v), encrypt);
+            bytes out(from.size() + 1, 0xEE);
+            if (in_place) std::ranges::copy(from, out.begin());
+            for (std::size_t done = 0; done < from.size();) {
+                const std::size_t wanted = most == steps ? from.size() : step * (1 + random.upto(most - 1));
+                const std::size_t size = std::min(from.size() - done, wanted);
+                const std::size_t length = m.function == kCfb1 ? std::min(size * 8, bits - done * 8) : size;
+                const std::uint8_t* const in = in_place ? out.data() : from.data();
+                ASSERT_EQ(kFamilies[c.of].run[m.function](unit.get(), &out[done], in + done, std::int32_t(length)), 0U);
+                done += size;
+            }
+            EXPECT_EQ(out.back(), 0xEE);
+            out.pop_back();
+            EXPECT_EQ(hex(out), hex(to)) << "up to " << most << " steps at once" << (in_place ? ", in place" : "");
+        }
+    }
+}
+
+TEST(Modes, PublishedVectorsThroughTheFunctionsOfEachCipherInPiecesOfAnySize)
+{
+    test::repeatable random{42};
+    for (const cipher& c : kCiphers) {
+        for (const mode& m : kModes) {
+            if (!kFamilies[c.of].run[m.function]) continue;
+            const bool cfb64_is_cfb = m.function == kCfb64 && kFamilies[c.of].block_bytes == 8;
+            for (const test::stanza& v : vectors_for(c, cfb64_is_cfb ? "CFB" : m.name)) {
+                if (cfb64_is_cfb && v["plaintext"].size() % 8 != 0) continue;
+                expect_function(c, m, v, 1, random);
+                expect_function(c, m, v, 0, random);
+            }
+        }
+    }
+}
+
+// ---- What each mode does beyond whole messages, for every cipher ----
+
+// A keyed cipher with data for a few blocks.
+struct bench {
+    const family& f;
+    std::size_t block = f.block_bytes;
+    test::repeatable random{43};
+    bytes key = random.data(f.key_bytes), iv = random.data(block), text = random.data(4 * block);
+
+    unit_ptr unit(std::uint32_t mode, std::uint32_t encrypt) const
+    {
+        return unit_for(f.id | mode | ZRC_NO_PADDING, key, iv, encrypt);
+    }
+    // `length` as the function counts; the bytes behind those that it writes stay 0xEE.
+    bytes run(const unit_ptr& unit, std::size_t function, const bytes& in, std::size_t length) const
+    {
+        bytes out(in.size() + block, 0xEE);
+        EXPECT_EQ(f.run[function](unit.get(), out.data(), in.data(), std::int32_t(length)), 0U);
+        return out;
+    }
+    bytes enciphered(const bytes& blocks) const
+    {
+        bytes out = run(unit(ZRC_MODE_ECB, 1), kEcb, blocks, blocks.size());
+        out.resize(blocks.size());
+        return out;
+    }
+    bytes register_of(const unit_ptr& unit) const { return bytes(unit->iv, unit->iv + block); }
+};
+
+bytes first(const bytes& data, std::size_t size)
+{
+    return bytes(data.begin(), data.begin() + std::ptrdiff_t(size));
+}
+
+// `data` up to `size`, then the fill of outputs.
+bytes filled_up(const bytes& data, std::size_t size, std::size_t whole)
+{
+    bytes result = first(data, size);
+    result.resize(whole, 0xEE);
+    return result;
+}
+
+void for_every_family(auto check)
+{
+    for (const family& f : kFamilies) {
+        SCOPED_TRACE(ZRC_Get_Block_Alg_Name(f.id));
+        check(bench{f});
+    }
+}
+
+TEST(Modes, EcbIgnoresAnIncompleteBlock)
+{
+    for_every_family([](const bench& b) {
+        const bytes whole = b.enciphered(b.text);
+        for (const std::size_t length : {std::size_t{1}, b.block - 1, b.block + 1, 3 * b.block - 1}) {
+            const bytes out = b.run(b.unit(ZRC_MODE_ECB, 1), kEcb, b.text, length);
+            EXPECT_EQ(hex(out), hex(filled_up(whole, length / b.block * b.block, out.size()))) << length;
+        }
+    });
+}
+
+TEST(Modes, CbcEncryptionOfAPartialBlockWritesAWholeBlockAndDecryptionWritesOnlyTheBytesThatAreThere)
+{
+    for_every_family([](const bench& b) {
+        for (std::size_t length = 1; length < 3 * b.block; ++length) {
+            if (length % b.block == 0) continue;
+            const std::size_t whole = (length / b.block + 1) * b.block;
+            bytes text = first(b.text, length);
+            const unit_ptr partial = b.unit(ZRC_MODE_CBC, 1), complete = b.unit(ZRC_MODE_CBC, 1);
+            const bytes out = b.run(partial, kCbc, text, length); // reads no more than `length`
+            text.resize(whole);                                   // XORed with zeros: the register unchanged
+            const bytes expected = first(b.run(complete, kCbc, text, whole), whole);
+            EXPECT_EQ(hex(first(out, std::min(whole, out.size()))), hex(expected)) << length;
+            EXPECT_EQ(hex(b.register_of(partial)),
+                      hex(bytes(expected.end() - std::ptrdiff_t(b.block), expected.end())));
+
+            const unit_ptr back = b.unit(ZRC_MODE_CBC, 0);
+            const bytes plain = b.run(back, kCbc, expected, length);
+            EXPECT_EQ(hex(plain), hex(filled_up(text, length, plain.size()))) << length;
+            EXPECT_EQ(hex(b.register_of(back)), hex(b.register_of(partial))) << length;
+        }
+    });
+}
+
+TEST(Modes, DirectionTwoDeciphersInEcbAndCbcAndEnciphersInCfb)
+{
+    for_every_family([](const bench& b) {
+        for (const mode& m : {kModes[kEcb], kModes[kCbc]}) {
+            const unit_ptr two = b.unit(m.bits, 0);
+            two->encrypt = 2;
+            EXPECT_EQ(b.run(two, m.function, b.text, b.text.size()),
+                      b.run(b.unit(m.bits, 0), m.function, b.text, b.text.size()));
+        }
+        for (const std::size_t cfb : {kCfb, kCfb8, kCfb1, kCfb32})
+            EXPECT_EQ(b.run(b.unit(ZRC_MODE_CFB, 2), cfb, b.text, 8), b.run(b.unit(ZRC_MODE_CFB, 1), cfb, b.text, 8));
+    });
+}
+
+TEST(Modes, CtrCountsOverOneBlockWithCarriesAndAWrap)
+{
+    for_every_family([](bench b) {
+        if (!b.f.run[kCtr]) return;
+        for (const std::size_t low_bytes_ff : {std::size_t{1}, std::size_t{4}, b.block - 1, b.block}) {
+            b.iv.assign(b.block, 0);
+            std::fill_n(b.iv.rbegin(), low_bytes_ff, std::uint8_t{0xFF});
+            bytes counters = b.iv, counter(b.block, 0);
+            if (low_bytes_ff < b.block) counter[b.block - 1 - low_bytes_ff] = 1;
+            for (std::size_t i = 1; i < 4; ++i, ++counter.back())
+                counters.insert(counters.end(), counter.begin(), counter.end());
+            bytes expected = b.enciphered(counters);
+            for (std::size_t i = 0; i < expected.size(); ++i)
+                expected[i] ^= b.text[i];
+            const unit_ptr unit = b.unit(ZRC_MODE_CTR, 1);
+            std::fill_n(unit->iv + b.block, 16 - b.block, std::uint8_t{0x5A});
+            EXPECT_EQ(hex(first(b.run(unit, kCtr, b.text, b.text.size()), b.text.size())), hex(expected));
+            EXPECT_EQ(hex(b.register_of(unit)), hex(counter));
+            EXPECT_EQ(std::count(unit->iv + b.block, unit->iv + 16, 0x5A), 16 - std::ptrdiff_t(b.block));
+        }
+    });
+}
+
+TEST(Modes, CfbrTakesOneSegmentOfOneToBlockBits)
+{
+    const auto bit = [](const bytes& data, std::size_t i) { return data[i / 8] >> (7 - i % 8) & 1; };
+    for_every_family([&](const bench& b) {
+        const bytes mask = b.enciphered(b.iv);
+        for (std::size_t bits = 1; bits <= 8 * b.block; ++bits) {
+            const std::size_t size = (bits + 7) / 8;
+            bytes expected = first(b.text, size);
+            for (std::size_t i = 0; i < size; ++i)
+                expected[i] ^= mask[i];
+            bytes chain = b.iv, shifted(b.block);
+            chain.insert(chain.end(), expected.begin(), expected.end());
+            for (std::size_t i = 0; i < 8 * b.block; ++i)
+                shifted[i / 8] = std::uint8_t(shifted[i / 8] << 1 | bit(chain, bits + i));
+
+            const unit_ptr forth = b.unit(ZRC_MODE_CFB, 1), back = b.unit(ZRC_MODE_CFB, 0);
+            const bytes out = b.run(forth, kCfbr, b.text, bits);
+            ASSERT_EQ(hex(out), hex(filled_up(expected, size, out.size()))) << bits;
+            ASSERT_EQ(hex(b.register_of(forth)), hex(shifted)) << bits;
+            ASSERT_EQ(hex(first(b.run(back, kCfbr, out, bits), size)), hex(first(b.text, size))) << bits;
+            ASSERT_EQ(hex(b.register_of(back)), hex(shifted)) << bits;
+        }
+        for (const std::size_t bits : {std::size_t{0}, 8 * b.block + 1, std::size_t{129}, std::size_t{INT32_MAX}}) {
+            const unit_ptr unit = b.unit(ZRC_MODE_CFB, 1);
+            bytes out(32, 0xEE);
+            EXPECT_EQ(b.f.run[kCfbr](unit.get(), out.data(), b.text.data(), std::int32_t(bits)), b.f.code(kCfbr));
+            EXPECT_EQ(out, bytes(32, 0xEE));
+            EXPECT_EQ(b.register_of(unit), b.iv);
+        }
+    });
+}
+
+TEST(Modes, AnIncompleteCfbSegmentIsFollowedByZerosAndNothingIsWrittenThere)
+{
+    for_every_family([](const bench& b) {
+        for (const mode& m : kModes) {
+            if (m.function < kCfb16 || !b.f.run[m.function]) continue;
+            for (const std::uint32_t encrypt : {1U, 0U}) {
+                for (std::size_t length = 1; length < 2 * m.step; ++length) {
+                    bytes text = first(b.text, length);
+                    const unit_ptr partial = b.unit(m.bits, encrypt), complete = b.unit(m.bits, encrypt);
+                    const bytes out = b.run(partial, m.function, text, length);
+                    text.resize((length + m.step - 1) / m.step * m.step);
+                    const bytes expected = b.run(complete, m.function, text, text.size());
+                    EXPECT_EQ(hex(out), hex(filled_up(expected, length, out.size()))) << m.name << " " << length;
+                    EXPECT_EQ(hex(b.register_of(partial)), hex(b.register_of(complete))) << m.name << " " << length;
+                }
+            }
+        }
+    });
+}
+
+TEST(Modes, AesCfb128KeyedForDecryptionRunsTheForwardCipherUnderTheInverseSchedule)
+{
+    for (const cipher& c : kCiphers) {
+        if (c.of != 0) continue;
+        const test::stanza v = vectors_for(c, "CFB").front();
+        ZRC_AES_KEY schedule;
+        ASSERT_EQ(zrc_Init_Decrypt_AES_Key(v["key"].data(), c.key_bytes, &schedule), 0U);
+        bytes expected = v["ciphertext"], reg = v["iv"];
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            if (i % 16 == 0) zrc_AES_Encrypt_Block(reg.data(), reg.data(), &schedule);
+            expected[i] ^= std::exchange(reg[i % 16], expected[i]);
+        }
+        const unit_ptr unit = unit_for(c.id | ZRC_MODE_CFB128 | ZRC_NO_PADDING, v["key"], v["iv"], 0);
+        bytes out(expected.size());
+        EXPECT_EQ(zrc_Do_AES_CFB(unit.get(), out.data(), v["ciphertext"].data(), std::int32_t(out.size())), 0U);
+        EXPECT_EQ(hex(out), hex(expected)) << c.section;
+        EXPECT_NE(hex(out), hex(v["plaintext"])) << c.section;
+    }
+}
+
+TEST(Modes, AriaCfb128KeyedForDecryptionRecoversTheText)
+{
+    for (const cipher& c : kCiphers) {
+        if (c.of != 1) continue;
+        for (const test::stanza& v : vectors_for(c, "CFB")) {
+            const unit_ptr unit = unit_for(c.id | ZRC_MODE_CFB128 | ZRC_NO_PADDING, v["key"], v["iv"], 0);
+            bytes out = v["ciphertext"];
+            for (std::uint8_t& byte : out)
+                EXPECT_EQ(zrc_Do_ARIA_CFB(unit.get(), &byte, &byte, 1), 0U);
+            EXPECT_EQ(hex(out), hex(v["plaintext"])) << v.place;
+        }
+    }
+}
+
+TEST(Modes, Codes)
+{
+    for_every_family([](const bench& b) {
+        const unit_ptr unit = b.unit(ZRC_MODE_CFB, 1), fresh{ZRC_New_BLOCK_CIPHER_Unit()};
+        const unit_t before = *unit;
+        bytes out(64, 0xEE);
+        for (std::size_t i = 0; i < kFunctions; ++i) {
+            const mode_fn run = b.f.run[i];
+            if (!run) continue;
+            const std::uint32_t code = b.f.code(i);
+            EXPECT_EQ(run(nullptr, out.data(), b.text.data(), 16), code) << i;
+            EXPECT_EQ(run(unit.get(), nullptr, b.text.data(), 16), code) << i;
+            EXPECT_EQ(run(unit.get(), out.data(), nullptr, 16), code) << i;
+            EXPECT_EQ(run(fresh.get(), out.data(), b.text.data(), 16), code) << i << ", no key schedule";
+            if (i == kCfbr) continue;
+            EXPECT_EQ(run(unit.get(), out.data(), b.text.data(), 0), 0U) << i;
+            EXPECT_EQ(run(unit.get(), out.data(), b.text.data(), -1), 0U) << i;
+        }
+        EXPECT_EQ(out, bytes(64, 0xEE));
+        EXPECT_EQ(std::memcmp(unit.get(), &before, sizeof before), 0) << "a refused call changed the unit";
+
+        // Init without an IV goes back to the one it has; a null key is refused, but for ARIA and (triple) DES.
+        b.run(unit, kCfb, b.text, b.block);
+        EXPECT_NE(b.register_of(unit), b.iv);
+        EXPECT_EQ(b.f.init(unit.get(), b.key.data(), nullptr, 1), 0U);
+        EXPECT_EQ(b.register_of(unit), b.iv);
+        EXPECT_EQ(b.f.init(unit.get(), b.key.data(), b.text.data(), 0), 0U);
+        EXPECT_EQ(b.register_of(unit), first(b.text, b.block));
+        EXPECT_EQ(unit->encrypt, 0U);
+        EXPECT_EQ(b.f.init(unit.get(), nullptr, b.iv.data(), 1), b.f.no_key);
+    });
+
+    const auto keyed = [](std::size_t of) { return bench{kFamilies[of]}.unit(ZRC_MODE_CBC, 1); };
+    const std::pair<std::uint32_t, std::uint32_t> codes[] = {
+        {zrc_Init_AES_Key(keyed(0).get(), nullptr, 1), 0x01010024},
+        {zrc_Init_ARIA_Key(keyed(1).get(), nullptr, 1), 0x02010024},
+        {zrc_Init_SEED_Key(keyed(2).get(), nullptr), 0x19010024},
+        {zrc_Init_LEA_Key(keyed(3).get(), nullptr), 0x1F010024},
+        {zrc_Init_DES_Key(keyed(4).get(), nullptr, 1), 0x08010024},
+        {zrc_Init_DES_EDE_key(keyed(5).get(), nullptr, 1), 0x07010024},
+        {zrc_Init_RC2_Key(keyed(6).get(), nullptr), 0x15000024},
+        {zrc_Init_RC5_Key(keyed(7).get(), nullptr), 0x17010024},
+        {zrc_Init_BF_Key(keyed(8).get(), nullptr), 0x03010024},
+    };
+    for (const auto& [code, expected] : codes)
+        EXPECT_EQ(code, expected) << std::hex << code << ", not " << expected;
+}
+
+} // namespace
