@@ -21,12 +21,24 @@ struct freer {
     void operator()(auto* object) const { Free(object); }
 };
 
-// Null when this OpenSSL has no such digest (MDC-2 lives in the legacy provider). Kept until the program ends.
-inline EVP_MD* fetch(const char* digest)
+// MDC-2 and the older ciphers live in the legacy provider, which not every OpenSSL has. Kept until the program ends.
+inline void load_legacy()
 {
     static OSSL_PROVIDER* const legacy = OSSL_PROVIDER_try_load(nullptr, "legacy", 1);
     (void)legacy;
+}
+
+// Null when this OpenSSL has no such digest. Kept until the program ends, as are ciphers.
+inline EVP_MD* fetch(const char* digest)
+{
+    load_legacy();
     return EVP_MD_fetch(nullptr, digest, nullptr);
+}
+
+inline EVP_CIPHER* fetch_cipher(const char* cipher)
+{
+    load_legacy();
+    return EVP_CIPHER_fetch(nullptr, cipher, nullptr);
 }
 
 // A context kept from message to message.
@@ -116,6 +128,40 @@ inline auto keyed_mac(const char* digest, data_span key, data_span data)
             EVP_MAC_init(context.get(), nullptr, 0, nullptr);
             EVP_MAC_update(context.get(), data.data(), data.size());
             EVP_MAC_final(context.get(), out.data(), &length, out.size());
+        };
+    };
+}
+
+using cipher_context = std::unique_ptr<EVP_CIPHER_CTX, freer<EVP_CIPHER_CTX_free>>;
+
+// A keyed context without padding, always in the same message. `out` takes as many bytes as `data` has.
+inline auto cipher(EVP_CIPHER* cipher, bool encrypt, data_span key, data_span iv, data_span data, std::uint8_t* out)
+{
+    return [=] {
+        cipher_context context{EVP_CIPHER_CTX_new()};
+        EVP_CipherInit_ex(context.get(), cipher, nullptr, key.data(), iv.data(), encrypt);
+        EVP_CIPHER_CTX_set_padding(context.get(), 0);
+        return [=, context = std::move(context)] {
+            int written = 0;
+            EVP_CipherUpdate(context.get(), out, &written, data.data(), int(data.size()));
+        };
+    };
+}
+
+// Encrypts message after message in one context, each with its key and IV. The cipher is given each time, as a caller
+// would who keeps contexts for any cipher, or only once.
+inline auto cipher_messages(EVP_CIPHER* cipher, bool each_time, data_span key, data_span iv, data_span data,
+                            std::uint8_t* out)
+{
+    return [=] {
+        cipher_context context{EVP_CIPHER_CTX_new()};
+        EVP_CipherInit_ex(context.get(), cipher, nullptr, nullptr, nullptr, 1);
+        EVP_CIPHER_CTX_set_padding(context.get(), 0); // holds for all messages
+        return [=, again = each_time ? cipher : nullptr, context = std::move(context)] {
+            int written = 0, rest = 0;
+            EVP_CipherInit_ex(context.get(), again, nullptr, key.data(), iv.data(), 1);
+            EVP_CipherUpdate(context.get(), out, &written, data.data(), int(data.size()));
+            EVP_CipherFinal_ex(context.get(), out + written, &rest);
         };
     };
 }
