@@ -62,7 +62,8 @@ export PATH=$PWD/build/bin:$PATH
 export LD_LIBRARY_PATH=$PWD/build/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp build/lib/libKESTRIM_Crypto_for_C_*.so "$work/library.so"
+library=$(echo "$PWD"/build/lib/libKESTRIM_Crypto_for_C_*.so)
+cp "$library" "$work/library.so"
 seq -f 'line %.0f of a generated text' 50000 >"$work/text"
 printf abc >"$work/abc"
 cd "$work"
@@ -105,8 +106,44 @@ echo "one more line" >>text
 rm library.so
 show_status 1 kestrim dgst --check list
 
+title "Encrypting and decrypting the library"
+cp "$library" library.so
+head -c 32 /dev/urandom >key32
+head -c 16 key32 >key16
+head -c 16 /dev/urandom >iv
+hex() { od -An -v -tx1 "$1" | tr -d ' \n'; }
+for cipher in aria-256 seed lea-256 aes-256; do
+    key=key32
+    [[ $cipher != seed ]] || key=key16
+    for mode in cbc ctr; do
+        show kestrim enc -a $cipher-$mode --key-file $key --iv-file iv -i library.so -o library.enc
+        show kestrim enc -d -a $cipher-$mode --key-file $key --iv-file iv -i library.enc -o library.back
+        agree "cmp library.so library.back" 0 "$(cmp library.so library.back >&2 && echo 0)"
+        # Another program may leave out some of these ciphers.
+        if openssl enc -$cipher-$mode -K "$(hex $key)" -iv "$(hex iv)" -in library.so -out library.other 2>/dev/null; then
+            agree "openssl enc -$cipher-$mode" "$(sha256sum <library.other)" "$(sha256sum <library.enc)"
+        fi
+    done
+done
+
+title "A damaged file is refused and leaves nothing behind"
+show kestrim enc -a aria-256-cbc --key-file key32 --iv-file iv -i library.so -o library.enc
+head -c -1 library.enc >damaged.enc
+show_status 1 kestrim enc -d -a aria-256-cbc --key-file key32 --iv-file iv -i damaged.enc -o damaged
+agree "no output, no temporary file" "" "$(find . -name damaged -o -name '.kestrim*')"
+
+title "CBC-MAC and DES-MAC"
+head -c 4096 library.so >blocks
+show kestrim mac -a cbc-mac-aria-256 --key-file key32 blocks
+head -c 8 key32 >key8
+show kestrim mac -a des-mac --key-file key8 text
+
+title "Speed"
+show kestrim speed sha256 aria-256-cbc seed-cbc lea-256-ctr aes-256-ctr
+
 title "Proven mode refuses what is not approved"
 show_status 3 kestrim --proven dgst -a sha1 text
+show_status 3 kestrim --proven enc -a aes-256-cbc --key-file key32 --iv-file iv -i text -o text.enc
 
 title "Error codes"
 show kestrim error 0x0501002B 0x0A0400F0

@@ -21,15 +21,6 @@ constexpr known_digest kDigests[] = {
     {"sha1", false},  {"md5", false},   {"has160", false}, {"mdc2", false},
 };
 
-// "SHA-256" and "sha256" are the same name.
-std::string normalised(std::string name)
-{
-    std::erase(name, '-');
-    for (char& c : name)
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-    return name;
-}
-
 std::string names()
 {
     std::string list;
@@ -40,21 +31,41 @@ std::string names()
 
 } // namespace
 
+std::string normalised(std::string name)
+{
+    std::erase(name, '-');
+    for (char& c : name)
+        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
+    return name;
+}
+
 std::string algorithm_help()
 {
     return "Digest algorithm: " + names();
+}
+
+std::vector<std::string> digest_names()
+{
+    std::vector<std::string> list;
+    for (const known_digest& digest : kDigests)
+        list.emplace_back(digest.name);
+    return list;
+}
+
+void start_library(const std::string& name, bool approved, const session& session)
+{
+    if (!approved) {
+        if (session.proven) throw failure{kRefused, name + " is not an approved algorithm (--proven)"};
+        require(ZRC_Change_Non_Proven_Mode(), "ZRC_Change_Non_Proven_Mode");
+    }
+    require(ZRC_Crypto_Initialize(), "self-test");
 }
 
 algorithm choose_algorithm(const std::string& given, const session& session)
 {
     const std::string name = normalised(given);
     const auto known = std::ranges::find(kDigests, name, &known_digest::name);
-    if (known != std::end(kDigests) && !known->approved) {
-        if (session.proven) throw failure{kRefused, given + " is not an approved algorithm (--proven)"};
-        require(ZRC_Change_Non_Proven_Mode(), "ZRC_Change_Non_Proven_Mode");
-    }
-
-    require(ZRC_Crypto_Initialize(), "self-test");
+    start_library(given, known == std::end(kDigests) || known->approved, session);
     const std::int32_t id = ZRC_Get_DIGEST_Alg_ID_By_Name(name.c_str());
     if (id == 0) throw failure{kUsage, "unknown algorithm " + given + "; known are " + names()};
     return {id, std::size_t(ZRC_Get_DIGEST_Length(id))};

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -16,12 +17,21 @@ struct algorithm {
     std::size_t digest_bytes;
 };
 
+// A name in lower case and without hyphens: "SHA-256" and "sha256" are the same name.
+std::string normalised(std::string name);
+
 // Help text for the option that takes a name.
 std::string algorithm_help();
+
+std::vector<std::string> digest_names();
 
 // Finds a digest by its name ("sha256", "SHA-256"), leaving proven mode when it is not an approved one. Throws
 // failure: kUsage for an unknown name, kRefused for one that --proven forbids, kFailed when the library's self-test
 // fails. Makes the process's first gated call, so nothing else may use the library before.
 algorithm choose_algorithm(const std::string& given, const session& session);
+
+// Brings the library up in the mode that an algorithm needs: throws kRefused when it is not approved and --proven was
+// given, kFailed when the self-test fails. The process's first gated call as well.
+void start_library(const std::string& name, bool approved, const session& session);
 
 } // namespace tool

@@ -12,8 +12,6 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kPieceBytes = 256 * 1024;
-
 [[noreturn]] void fail(const std::string& name, int error)
 {
     throw input_error{name + ": " + std::strerror(error)};

@@ -1,5 +1,6 @@
 #include "tools/library.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -8,6 +9,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kLongestDigest = 64;
+constexpr std::size_t kDesMacBytes = 8;
 constexpr std::size_t kErrorText = 256; // what the library asks for
 
 // What GetErrorCode prints, as a string. It is the only function that knows which module a function number belongs
@@ -123,6 +125,78 @@ std::vector<std::uint8_t> hmac::finish()
     std::int32_t length = 0;
     require(ZRC_Final_HMAC(unit_.get(), output.data(), &length), "ZRC_Final_HMAC");
     output.resize(std::size_t(length));
+    return output;
+}
+
+block_cipher::block_cipher(std::uint32_t id, std::span<const std::uint8_t> key, std::span<const std::uint8_t> iv,
+                           bool encrypt)
+    : unit_{ZRC_New_BLOCK_CIPHER_Unit()}
+{
+    if (!unit_) throw std::bad_alloc{};
+    require(ZRC_Init_BLOCK_CIPHER(unit_.get(), id, key.data(), iv.empty() ? nullptr : iv.data(), encrypt ? 1 : 0),
+            "ZRC_Init_BLOCK_CIPHER");
+}
+
+std::size_t block_cipher::update(std::span<const std::uint8_t> piece, std::span<std::uint8_t> out)
+{
+    std::int32_t length = 0;
+    require(ZRC_Update_BLOCK_CIPHER(unit_.get(), out.data(), &length, piece.data(), std::int32_t(piece.size())),
+            "ZRC_Update_BLOCK_CIPHER");
+    return std::size_t(length);
+}
+
+std::optional<std::size_t> block_cipher::finish(std::span<std::uint8_t> out)
+{
+    std::int32_t length = 0;
+    const std::uint32_t code = ZRC_Final_BLOCK_CIPHER(unit_.get(), out.data(), &length);
+    const std::uint32_t reason = code & 0xFF;
+    if (reason == ZRC_ERR_CIPHER_ENCRYPT_FAILURE || reason == ZRC_ERR_CIPHER_DECRYPT_FAILURE) return {};
+    require(code, "ZRC_Final_BLOCK_CIPHER");
+    return std::size_t(length);
+}
+
+cbc_mac::cbc_mac(std::uint32_t cipher_id, std::size_t block_bytes, std::span<const std::uint8_t> key)
+    : unit_{ZRC_New_CBC_MAC_Unit()}, block_bytes_{block_bytes}
+{
+    if (!unit_) throw std::bad_alloc{};
+    require(ZRC_Init_CBC_MAC(unit_.get(), std::int32_t(cipher_id), key.data()), "ZRC_Init_CBC_MAC");
+}
+
+void cbc_mac::update(std::span<const std::uint8_t> piece)
+{
+    if (!rest_.empty()) {
+        const std::size_t taken = std::min(block_bytes_ - rest_.size(), piece.size());
+        rest_.insert(rest_.end(), piece.begin(), piece.begin() + std::ptrdiff_t(taken));
+        piece = piece.subspan(taken);
+        if (rest_.size() < block_bytes_) return;
+        absorb(rest_);
+        rest_.clear();
+    }
+    const std::size_t whole = piece.size() - piece.size() % block_bytes_;
+    absorb(piece.first(whole));
+    rest_.assign(piece.begin() + std::ptrdiff_t(whole), piece.end());
+}
+
+std::optional<std::vector<std::uint8_t>> cbc_mac::finish()
+{
+    if (!rest_.empty()) return {};
+    std::vector<std::uint8_t> output(block_cipher::kLongestBlock);
+    std::int32_t length = 0;
+    require(ZRC_Final_CBC_MAC(unit_.get(), output.data(), &length), "ZRC_Final_CBC_MAC");
+    output.resize(std::size_t(length));
+    return output;
+}
+
+void cbc_mac::absorb(std::span<const std::uint8_t> blocks)
+{
+    if (blocks.empty()) return;
+    require(ZRC_Update_CBC_MAC(unit_.get(), blocks.data(), std::int32_t(blocks.size())), "ZRC_Update_CBC_MAC");
+}
+
+std::vector<std::uint8_t> des_mac(std::span<const std::uint8_t> key, std::span<const std::uint8_t> message)
+{
+    std::vector<std::uint8_t> output(kDesMacBytes);
+    require(ZRC_DES_MAC(key.data(), message.data(), std::int32_t(message.size()), output.data()), "ZRC_DES_MAC");
     return output;
 }
 

@@ -4,8 +4,10 @@
 #include "kestrim_crypto.h"
 #include "tools/command.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -55,5 +57,45 @@ private:
     };
     std::unique_ptr<ZRC_HMAC_UNIT, release> unit_;
 };
+
+// One message through the block cipher unit.
+class block_cipher {
+public:
+    static constexpr std::size_t kLongestBlock = 16; // bytes
+
+    // `iv` may be empty for ECB. Both are as long as the cipher's.
+    block_cipher(std::uint32_t id, std::span<const std::uint8_t> key, std::span<const std::uint8_t> iv, bool encrypt);
+
+    // Both return the bytes written. `out` has room for the piece and a block, at the end for a block.
+    std::size_t update(std::span<const std::uint8_t> piece, std::span<std::uint8_t> out);
+    std::optional<std::size_t> finish(std::span<std::uint8_t> out); // nothing: incomplete blocks or wrong padding
+
+private:
+    struct release {
+        void operator()(ZRC_BLOCK_CIPHER_UNIT* unit) const noexcept { ZRC_Free_BLOCK_CIPHER_Unit(unit); }
+    };
+    std::unique_ptr<ZRC_BLOCK_CIPHER_UNIT, release> unit_;
+};
+
+// One message through the CBC-MAC unit, which takes whole blocks: the bytes of an incomplete one wait here.
+class cbc_mac {
+public:
+    cbc_mac(std::uint32_t cipher_id, std::size_t block_bytes, std::span<const std::uint8_t> key);
+    void update(std::span<const std::uint8_t> piece);
+    std::optional<std::vector<std::uint8_t>> finish(); // nothing: the message was not whole blocks
+
+private:
+    void absorb(std::span<const std::uint8_t> blocks);
+
+    struct release {
+        void operator()(ZRC_CBC_MAC_UNIT* unit) const noexcept { ZRC_Free_CBC_MAC_Unit(unit); }
+    };
+    std::unique_ptr<ZRC_CBC_MAC_UNIT, release> unit_;
+    std::size_t block_bytes_;
+    std::vector<std::uint8_t> rest_;
+};
+
+// DES-MAC of a whole message of 1 to 2^31 - 1 bytes.
+std::vector<std::uint8_t> des_mac(std::span<const std::uint8_t> key, std::span<const std::uint8_t> message);
 
 } // namespace tool

@@ -1,73 +1,100 @@
-// kestrim mac: HMAC of files.
+// kestrim mac: HMAC, CBC-MAC and DES-MAC of files.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
-#include "tools/hex.hpp"
+#include "tools/cipher_table.hpp"
 #include "tools/input.hpp"
+#include "tools/key.hpp"
 #include "tools/library.hpp"
 #include "tools/line.hpp"
 #include "tools/output.hpp"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <string_view>
 
 namespace tool {
 namespace {
 
-constexpr std::size_t kLongestKey = 1 << 20; // bytes
+// As normalised() gives them.
+constexpr std::string_view kCbcMac = "cbcmac";
+constexpr std::string_view kDesMac = "desmac";
 
 struct mac_options {
     std::string algorithm = kDefaultAlgorithm;
-    std::string key_hex;
-    std::string key_file;
+    value_options key;
     std::vector<std::string> files;
 };
 
-// Only the digits go through here: what is wrong with them is said without showing them.
-std::vector<std::uint8_t> key_from_text(const std::string& text, const session& session)
+std::string mac_help()
 {
-    auto key = from_hex(text);
-    hide_argument(session.arguments, text);
-    if (!key) throw failure{kUsage, "the key of -K is not an even number of hexadecimal digits"};
-    return std::move(*key);
+    std::string digests;
+    for (const std::string& name : digest_names())
+        digests.append(digests.empty() ? "" : " ").append(name);
+    return "HMAC with a digest: " + digests +
+           ". CBC-MAC with a cipher, for files of whole blocks: cbc-mac-CIPHER, of " + cipher_names() +
+           ". des-mac, which reads the file into memory and takes at most 2^31-1 bytes";
 }
 
-std::vector<std::uint8_t> key_from_file(const std::string& name, const session& session)
-{
-    std::vector<std::uint8_t> key;
-    try {
-        read_pieces(name, session, [&](auto piece) {
-            if (key.size() + piece.size() > kLongestKey) throw failure{kUsage, name + ": too long for a key"};
-            key.insert(key.end(), piece.begin(), piece.end());
-        });
-    } catch (const input_error& error) {
-        throw failure{kFailed, error.what()};
-    }
-    return key;
-}
+using bytes = std::vector<std::uint8_t>;
+// Fails with input_error.
+using mac_function = std::function<bytes(const std::string& file)>;
 
-std::vector<std::uint8_t> read_key(const mac_options& options, std::span<const std::string> files,
-                                   const session& session)
+mac_function make_hmac(const std::string& name, const bytes& key, const session& session)
 {
-    const std::string key_file = plain(options.key_file);
-    if (options.key_hex.empty() == key_file.empty()) {
-        throw failure{kUsage, "give the key with either --key-file FILE or -K HEX"};
-    }
-    if (key_file == "-" && std::ranges::find(files, "-") != files.end()) {
-        throw failure{kUsage, "key and message cannot both be standard input"};
-    }
-    auto key = key_file.empty() ? key_from_text(options.key_hex, session) : key_from_file(key_file, session);
-    if (key.empty()) throw failure{kUsage, "the key is empty"};
-    return key;
-}
-
-bool print_mac(const std::string& name, const algorithm& algorithm, std::span<const std::uint8_t> key,
-               const session& session)
-{
-    try {
+    const algorithm algorithm = choose_algorithm(name, session);
+    return [algorithm, &key, &session](const std::string& file) {
         hmac mac{algorithm.id, key};
-        read_pieces(name, session, [&](auto piece) { mac.update(piece); });
-        write(make_line(mac.finish(), name));
+        read_pieces(file, session, [&](auto piece) { mac.update(piece); });
+        return mac.finish();
+    };
+}
+
+mac_function make_cbc_mac(const std::string& name, const bytes& key, const session& session)
+{
+    const cipher cipher = find_cipher(normalised(name).substr(kCbcMac.size()));
+    require_length(key, cipher.key_bytes, "key", cipher.name);
+    start_library(name, false, session);
+    return [cipher, &key, &session](const std::string& file) {
+        cbc_mac mac{cipher.id, cipher.block_bytes, key};
+        read_pieces(file, session, [&](auto piece) { mac.update(piece); });
+        auto value = mac.finish();
+        if (!value) {
+            throw input_error{file + ": not whole blocks of " + std::to_string(cipher.block_bytes) + " bytes"};
+        }
+        return std::move(*value);
+    };
+}
+
+// The library takes the message in one call, so all of it is read into memory.
+mac_function make_des_mac(const std::string& name, const bytes& key, const session& session)
+{
+    require_length(key, 8, "key", name);
+    start_library(name, false, session);
+    return [&key, &session](const std::string& file) {
+        bytes message;
+        read_pieces(file, session, [&](auto piece) {
+            if (piece.size() > INT32_MAX - message.size()) throw input_error{file + ": too long for des-mac"};
+            message.insert(message.end(), piece.begin(), piece.end());
+        });
+        if (message.empty()) throw input_error{file + ": empty; des-mac has no value for that"};
+        return des_mac(key, message);
+    };
+}
+
+mac_function choose_mac(const std::string& name, const bytes& key, const session& session)
+{
+    const std::string short_name = normalised(name);
+    if (short_name == kDesMac) return make_des_mac(name, key, session);
+    if (short_name.starts_with(kCbcMac)) return make_cbc_mac(name, key, session);
+    return make_hmac(name, key, session);
+}
+
+bool print_mac(const std::string& name, const mac_function& mac)
+{
+    try {
+        write(make_line(mac(name), name));
         return true;
     } catch (const input_error& error) {
         report(error.what());
@@ -78,10 +105,13 @@ bool print_mac(const std::string& name, const algorithm& algorithm, std::span<co
 void run(const mac_options& options, session& session)
 {
     const std::vector<std::string> files = plain_files(options.files);
-    const std::vector<std::uint8_t> key = read_key(options, files, session);
-    const algorithm algorithm = choose_algorithm(options.algorithm, session);
+    if (options.key.file == "-" && std::ranges::find(files, "-") != files.end()) {
+        throw failure{kUsage, "key and message cannot both be standard input"};
+    }
+    const bytes key = read_key(options.key, session);
+    const mac_function mac = choose_mac(plain(options.algorithm), key, session);
     for (const std::string& name : files)
-        if (!print_mac(name, algorithm, key, session)) session.status = kFailed;
+        if (!print_mac(name, mac)) session.status = kFailed;
 }
 
 } // namespace
@@ -89,13 +119,9 @@ void run(const mac_options& options, session& session)
 void add_mac(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<mac_options>();
-    CLI::App* command = app.add_subcommand("mac", "Print message authentication codes (HMAC)");
-    command->add_option("-a,--algorithm", options->algorithm, algorithm_help())->capture_default_str();
-    command->add_option("--key-file", options->key_file,
-                        "File whose bytes, all of them, are the key; - is standard input. Preferred to -K");
-    command->add_option("-K,--key", options->key_hex,
-                        "The key in hexadecimal. Other users can see it in the list of processes, and the shell "
-                        "keeps it in its history");
+    CLI::App* command = app.add_subcommand("mac", "Print message authentication codes (HMAC, CBC-MAC, DES-MAC)");
+    command->add_option("-a,--algorithm", options->algorithm, mac_help())->capture_default_str();
+    add_key_options(*command, options->key);
     command->add_option("FILE", options->files, "Files; standard input when none is given or for -");
     command->callback([options, &session] { run(*options, session); });
 }

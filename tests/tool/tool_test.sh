@@ -130,6 +130,193 @@ expect_message "empty key" 2 "key is empty" "$kestrim" mac --key-file empty abc
 expect_message "key and message from one input" 2 "both be standard input" "$kestrim" mac --key-file - <abc
 expect_message "missing key file" 1 "nowhere: No such file" "$kestrim" mac --key-file nowhere abc
 
+# CBC-MAC and DES-MAC. The former is the last block of an encryption with a zero IV; the latter that of the message with
+# one to eight zero bytes behind it, from the standard's DES.
+zero16=00000000000000000000000000000000
+key16=000102030405060708090a0b0c0d0e0f
+head -c 100000 large | "$kestrim" enc -a aes-128-ctr -K $key16 --iv $zero16 -o blocks # 6250 blocks of 16 bytes
+"$kestrim" enc -a aes-128-cbc --no-padding -K $key16 --iv $zero16 -i blocks -o blocks.cbc
+expect "cbc-mac" 0 "$(tail -c 16 blocks.cbc | od -An -tx1 | tr -d ' \n')  blocks" \
+    "$kestrim" mac -a cbc-mac-aes-128 -K $key16 blocks
+expect "cbc-mac, pieces of any size" 0 "$(cut -d' ' -f1 logs/out)  -" bash -c \
+    '{ head -c 7; sleep 0.1; head -c 70000; sleep 0.1; cat; } <blocks | "$0" mac -a CBC-MAC-AES128 -K "$1"' "$kestrim" $key16
+expect_message "cbc-mac of a rest" 1 "a name: not whole blocks of 16 bytes" "$kestrim" mac -a cbc-mac-seed -K $key16 "a name"
+head -c 1008 large >padded # "a name" is 1000 bytes long
+tr '\0' x <padded | head -c 1000 | cat - <(head -c 8 large) >padded.x && mv padded.x padded
+"$kestrim" enc -a des-cbc --no-padding -K 0123456789abcdef --iv 0000000000000000 -i padded -o padded.cbc
+expect "des-mac" 0 "$(tail -c 8 padded.cbc | od -An -tx1 | tr -d ' \n')  a name" \
+    "$kestrim" mac -a des-mac -K 0123456789abcdef "a name"
+expect_message "des-mac of nothing" 1 "empty" "$kestrim" mac -a des-mac -K 0123456789abcdef empty
+expect_message "cbc-mac with an unknown cipher" 2 "unknown cipher aes512" "$kestrim" mac -a cbc-mac-aes-512 -K 00 abc
+expect_message "cbc-mac key length" 2 "key of lea-192 has 24 bytes, not 16" "$kestrim" mac -a cbc-mac-lea-192 -K $key16 abc
+expect_message "refused: cbc-mac" 3 "cbc-mac-aria-128 is not an approved" \
+    "$kestrim" mac --proven -a cbc-mac-aria-128 -K $key16 blocks
+expect_message "refused: des-mac" 3 "des-mac is not an approved" "$kestrim" mac --proven -a des-mac -K 0123456789abcdef abc
+
+# enc: every cipher in every mode, there and back; the ciphertext is as long as the mode makes it.
+mkdir enc
+cd enc || exit 1
+mkdir logs
+head -c 100003 <(cat ../blocks ../blocks) >plain
+key32=${key:0:64}
+iv16=f0f1f2f3f4f5f6f7f8f9fafbfcfdfeff
+while read -r cipher key_bytes block modes; do
+    for mode in $modes; do
+        a=$cipher-$mode options=(-K "${key32:0:2*key_bytes}") length=100003
+        case $mode in
+        ecb) length=$((100003 / block * block + block)) ;;
+        cbc) length=$((100003 / block * block + block)) options+=(--iv "${iv16:0:2*block}") ;;
+        *) options+=(--iv "${iv16:0:2*block}") ;;
+        esac
+        expect "$a encrypts" 0 "" "$kestrim" enc -a $a "${options[@]}" -i plain -o cipher
+        [[ $(stat -c %s cipher) == "$length" ]] || complain "$a: length" "$(stat -c %s cipher)"
+        ! cmp -s -n 64 plain cipher || complain "$a: not encrypted" 0
+        expect "$a decrypts" 0 "" "$kestrim" enc -d -a $a "${options[@]}" -i cipher -o back
+        cmp plain back || complain "$a: round trip" $?
+        if [[ $mode == cfb128 ]]; then
+            expect "$cipher: cfb128 is cfb" 0 "" \
+                bash -c '"$0" enc "$@" -i plain | cmp - cipher' "$kestrim" -a $cipher-cfb "${options[@]}"
+        fi
+    done
+done <<'CIPHERS'
+aes-128 16 16 ecb cbc cfb cfb128 ofb ctr
+aes-192 24 16 ecb cbc cfb cfb128 ofb ctr
+aes-256 32 16 ecb cbc cfb cfb128 ofb ctr
+aria-128 16 16 ecb cbc cfb cfb128 ofb ctr
+aria-192 24 16 ecb cbc cfb cfb128 ofb ctr
+aria-256 32 16 ecb cbc cfb cfb128 ofb ctr
+seed 16 16 ecb cbc cfb cfb128 ofb ctr
+seed-256 32 16 ecb cbc cfb cfb128 ofb ctr
+lea-128 16 16 ecb cbc cfb cfb128 ofb ctr
+lea-192 24 16 ecb cbc cfb cfb128 ofb ctr
+lea-256 32 16 ecb cbc cfb cfb128 ofb ctr
+des 8 8 ecb cbc cfb ofb ctr
+des-ede 16 8 ecb cbc cfb ofb ctr
+des-ede3 24 8 ecb cbc cfb ofb ctr
+rc2-40 5 8 ecb cbc cfb ofb
+rc2-64 8 8 ecb cbc cfb ofb
+rc2-128 16 8 ecb cbc cfb ofb
+rc5 16 8 ecb cbc cfb ofb ctr
+bf 16 8 ecb cbc cfb ofb ctr
+CIPHERS
+
+# A block each from FIPS 197 and RFC 5794; the tests of the library take that further.
+while read -r cipher block_key text; do
+    expect "$cipher: published block" 0 " $text" bash -c \
+        'printf "\x00\x11\x22\x33\x44\x55\x66\x77\x88\x99\xaa\xbb\xcc\xdd\xee\xff" |
+            "$0" enc "$@" --no-padding | od -An -tx1' "$kestrim" -a "$cipher-ecb" -K "$block_key"
+done <<BLOCKS
+AES-128 $key16 69 c4 e0 d8 6a 7b 04 30 d8 cd b7 80 70 b4 c5 5a
+aria-128 $key16 d7 18 fb d6 ab 64 4c 73 9d a9 5f 3b e6 45 17 78
+BLOCKS
+
+cbc=(enc -a aria-128-cbc -K "$key16" --iv "$iv16")
+"$kestrim" "${cbc[@]}" -i plain -o cipher
+expect "approved modes" 0 "" bash -c 'for a in aria-256-ecb ARIA256-CFB aria-256-cfb128 aria-256-ofb; do
+    "$0" enc --proven -a $a -K $1 $([[ $a == *ecb ]] || echo --iv $2) -i plain -o out || exit; done' \
+    "$kestrim" "${key32}" $iv16
+for a in aria-128-ctr seed-ctr seed-256-cbc aes-128-cbc lea-128-ecb; do
+    size=32
+    [[ $a != seed-256* ]] || size=64
+    options=(--iv "$iv16")
+    [[ $a != *ecb ]] || options=()
+    expect_message "refused: $a" 3 "$a is not an approved" \
+        "$kestrim" enc --proven -a $a -K "${key32:0:size}" "${options[@]}" -i plain -o refused
+done
+
+# What is there stays when something fails, and nothing is left over.
+rm -f out cipher.* back
+printf 'as it was' >kept
+head -c -16 cipher >short
+head -c -1 cipher >ragged
+head -c 1000 plain >rest
+before=$(ls -A)
+refused() # TITLE STATUS PATTERN ARGUMENTS...: the output is "kept"
+{
+    local title=$1 status=$2 pattern=$3
+    shift 3
+    expect_message "$title" "$status" "$pattern" "$kestrim" "$@" -o kept
+    [[ $(<kept) == "as it was" && $(ls -A) == "$before" ]] || complain "$title: files" "$status"
+}
+refused "wrong key" 1 "cipher: wrong padding" enc -d -a aria-128-cbc -K ${key16/0f/1f} --iv $iv16 -i cipher
+refused "last block missing" 1 "short: wrong padding" "${cbc[@]}" -d -i short
+refused "last byte missing" 1 "ragged: not whole blocks of 16 bytes" "${cbc[@]}" -d -i ragged
+refused "no byte there" 1 "empty" "${cbc[@]}" -d -i ../empty
+refused "no input" 1 "nowhere: No such file" "${cbc[@]}" -i nowhere
+refused "a folder for input" 1 "Is a directory" "${cbc[@]}" -i .
+refused "rest without padding" 1 "rest: not whole blocks" "${cbc[@]}" --no-padding -i rest
+refused "rest without padding, decrypted" 1 "rest: not whole blocks" "${cbc[@]}" -d --no-padding -i rest
+refused "key too short" 2 "key of aria-256-cbc has 32 bytes, not 16" enc -a aria-256-cbc -K $key16 --iv $iv16 -i plain
+refused "key too long" 2 "key of des-ede-ecb has 16 bytes, not 17" enc -a des-ede-ecb -K ${key16}00 -i plain
+refused "iv too short" 2 "IV of seed-cbc has 16 bytes, not 8" enc -a seed-cbc -K $key16 --iv 0011223344556677 -i plain
+refused "no iv" 2 "seed-ofb needs --iv" enc -a seed-ofb -K $key16 -i plain
+refused "iv for ecb" 2 "seed-ecb takes no IV" enc -a seed-ecb -K $key16 --iv $iv16 -i plain
+refused "iv that is not hexadecimal" 2 "hexadecimal digits" enc -a seed-ofb -K $key16 --iv xyz0 -i plain
+refused "huge key" 2 "too long for a key" enc -a seed-ecb --key-file ../large -i plain
+refused "huge option" 2 "not 60000" enc -a seed-ecb -K "$(printf '%0120000d' 0)" -i plain
+refused "two ivs" 2 "either --iv or" enc -a seed-ofb -K $key16 --iv $iv16 --iv-file plain -i plain
+refused "standard input twice" 2 "only one of key, IV" "${cbc[@]:0:3}" -K $key16 --iv-file - -i -
+for a in aes aes-128 aes-128-xts des-cfb128 rc2-64-ctr ""; do
+    refused "unknown algorithm '$a'" 2 "unknown cipher and mode|required|requires" enc -a "$a" -K $key16 -i plain
+done
+expect_message "output is a folder" 1 "logs: Is a directory" "$kestrim" "${cbc[@]}" -i plain -o logs
+expect_message "no folder for the output" 1 "nowhere/x: No such file" "$kestrim" "${cbc[@]}" -i plain -o nowhere/x
+expect_message "full disk: enc" 1 "write error: No space left" bash -c '"$0" "$@" >/dev/full' "$kestrim" "${cbc[@]}" -i plain
+expect_message "closed output: enc" 1 "write error: Bad file" bash -c '"$0" "$@" >&-' "$kestrim" "${cbc[@]}" -i plain
+expect_message "limited file size" 1 "big: File too large" \
+    bash -c 'ulimit -f 40; "$0" "$@"' "$kestrim" "${cbc[@]}" -i plain -o big
+[[ $(ls -A) == "$before" ]] || complain "files left over" 1
+
+# Empty messages: one block of padding, or nothing.
+for a in ecb:16 cbc:16 cfb:0 ofb:0 ctr:0; do
+    options=(enc -a "aes-128-${a%:*}" -K "$key16")
+    [[ $a == ecb* ]] || options+=(--iv "$iv16")
+    "$kestrim" "${options[@]}" -i ../empty -o out && [[ $(stat -c %s out) == "${a#*:}" ]] || complain "empty, $a" $?
+    expect "empty, there and back: $a" 0 "" "$kestrim" -q "${options[@]}" -d -i out
+done
+
+# Pipes, files for key and IV, the same file as input and output, links, permissions.
+printf '%b' "$(sed 's/../\\x&/g' <<<$key16)" >key
+printf '%b' "$(sed 's/../\\x&/g' <<<$iv16)" >iv
+expect "pipe" 0 "" bash -c '"$0" enc -a aria-128-cbc --key-file key --iv-file - -i plain -o - <iv | cmp - cipher' "$kestrim"
+expect "pipe back" 0 "" bash -c 'cat cipher | "$0" "$@" -d | cmp - plain' "$kestrim" "${cbc[@]}"
+expect "large pipe" 0 "$(sha256sum <../large)" bash -c \
+    '"$0" "$@" -i ../large | "$0" "$@" -d | sha256sum' "$kestrim" "${cbc[@]}"
+cp plain same
+ln -s same link
+(umask 027 && "$kestrim" "${cbc[@]}" -i same -o link) && cmp same cipher || complain "same file, through a link" $?
+[[ -L link && $(stat -c %a same) == 640 ]] || complain "link and permissions" "$(stat -c %a same)"
+expect "device" 0 "" "$kestrim" "${cbc[@]}" -i plain -o /dev/null
+[[ -c /dev/null ]] || complain "device replaced" 1
+
+# A signal removes the temporary file, which nobody else could read.
+mkfifo slow
+exec {message}<>slow
+for signal in INT TERM HUP; do
+    before=$(ls -A)
+    # A background job of a script ignores SIGINT; env gives it back.
+    env --default-signal=INT "$kestrim" "${cbc[@]}" -i slow -o kept {message}>&- &
+    for ((tries = 0; tries < 100; tries++)); do
+        compgen -G '.kestrim-*' >/dev/null && break
+        sleep 0.1
+    done
+    [[ $(stat -c %a .kestrim-*) == 600 ]] || complain "temporary file" 1
+    kill -$signal $!
+    wait $! 2>/dev/null
+    status=$?
+    [[ $status == $((128 + $(kill -l $signal))) && $(ls -A) == "$before" && $(<kept) == "as it was" ]] ||
+        complain "SIG$signal" $status
+done
+exec {message}>&-
+cd .. || exit 1
+
+# speed: a line for each, with four numbers above 0.
+"$kestrim" speed sha256 ARIA-128-cbc >logs/out 2>logs/err && [[ $(wc -l <logs/out) == 3 ]] &&
+    tail -n +2 logs/out | awk '{ if (NF != 5 || $2 * $3 * $4 * $5 <= 0) exit 1; names = names $1 }
+        END { exit names != "sha256aria-128-cbc" }' || complain "speed" $?
+expect_message "speed of nothing known" 2 "unknown algorithm aes-128" "$kestrim" speed md5 aes-128
+expect_message "refused: speed" 3 "not an approved" "$kestrim" --proven speed sha256
+
 # The key leaves the list of processes: while the tool waits for the message, the list shows asterisks.
 mkfifo pipe
 exec {message}<>pipe

@@ -1,0 +1,135 @@
+// kestrim speed: how fast the algorithms are on this machine, at several message sizes.
+#include "tools/algorithm.hpp"
+#include "tools/arguments.hpp"
+#include "tools/cipher_table.hpp"
+#include "tools/library.hpp"
+#include "tools/output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <memory>
+
+namespace tool {
+namespace {
+
+constexpr std::size_t kSizes[] = {16, 1024, 16 * 1024, 1024 * 1024}; // bytes; columns of the table
+constexpr double kSecondsPerCell = 0.1;
+constexpr std::size_t kBytesPerLook = 16 * 1024; // between two looks at the clock
+
+using message = std::span<const std::uint8_t>;
+
+double now()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+// Megabytes (10^6 bytes) per second.
+double throughput(message message, const std::function<void(tool::message)>& work)
+{
+    const std::size_t repeats = std::max<std::size_t>(1, kBytesPerLook / message.size());
+    const auto batch = [&] {
+        for (std::size_t i = 0; i < repeats; ++i)
+            work(message);
+    };
+    batch(); // caches and clock rates settle
+
+    std::size_t batches = 0;
+    double seconds = 0;
+    const double start = now();
+    do {
+        batch();
+        ++batches;
+        seconds = now() - start;
+    } while (seconds < kSecondsPerCell);
+    return double(batches) * double(repeats) * double(message.size()) / seconds / 1e6;
+}
+
+void write_row(const std::string& name, message longest, const std::function<void(message)>& work)
+{
+    char cell[64];
+    std::snprintf(cell, sizeof cell, "%-16s", name.c_str());
+    std::string row = cell;
+    for (const std::size_t size : kSizes) {
+        std::snprintf(cell, sizeof cell, " %9.1f", throughput(longest.first(size), work));
+        row += cell;
+    }
+    write(row + "\n");
+}
+
+// Each message is hashed on its own, from the unit's Init to its Final.
+void measure_digest(const std::string& name, message longest)
+{
+    const std::int32_t id = ZRC_Get_DIGEST_Alg_ID_By_Name(name.c_str());
+    write_row(name, longest, [&](message message) {
+        std::uint8_t output[64];
+        require(ZRC_DIGEST(id, message.data(), std::int32_t(message.size()), output, nullptr), "ZRC_DIGEST");
+    });
+}
+
+// Encryption of one long message in updates of the given size, so without the time of the key schedule.
+void measure_cipher(const cipher_mode& cipher, message longest)
+{
+    // The keys of triple DES in this pattern differ, as they should.
+    std::vector<std::uint8_t> key(cipher.key_bytes);
+    for (std::size_t i = 0; i < key.size(); ++i)
+        key[i] = std::uint8_t(0x11 * i + 1);
+    const std::vector<std::uint8_t> iv(cipher.iv_bytes);
+    std::vector<std::uint8_t> out(longest.size() + block_cipher::kLongestBlock);
+    block_cipher unit{cipher.id, key, iv, true};
+    write_row(cipher.name, longest, [&](message message) { unit.update(message, out); });
+}
+
+std::vector<std::string> all_names()
+{
+    std::vector<std::string> names = digest_names();
+    for (const cipher_mode& cipher : all_cipher_modes())
+        names.push_back(cipher.name);
+    return names;
+}
+
+// A digest or a cipher in a mode by its usual name.
+std::string known_name(const std::string& given)
+{
+    for (const std::string& name : all_names())
+        if (normalised(name) == normalised(given)) return name;
+    throw failure{kUsage, "unknown algorithm " + given + "; see kestrim dgst --help and kestrim enc --help"};
+}
+
+void run(const std::vector<std::string>& given, const session& session)
+{
+    std::vector<std::string> names;
+    for (const std::string& word : given)
+        names.push_back(known_name(plain(word)));
+    if (names.empty()) names = all_names();
+
+    start_library("speed", false, session);
+    const std::vector<std::string> digests = digest_names();
+    const std::vector<std::uint8_t> longest(std::ranges::max(kSizes));
+    write("MB/s                  16 B     1 KiB    16 KiB     1 MiB\n");
+    for (const std::string& name : names) {
+        if (std::ranges::find(digests, name) != digests.end())
+            measure_digest(name, longest);
+        else
+            measure_cipher(find_cipher_mode(name), longest);
+    }
+}
+
+} // namespace
+
+void add_speed(CLI::App& app, session& session)
+{
+    const auto names = std::make_shared<std::vector<std::string>>();
+    CLI::App* command = app.add_subcommand("speed", "Measure the digests and ciphers on this machine");
+    command->add_option("NAME", *names,
+                        "Digests and ciphers with a mode, such as aria-128-cbc; all when none is given");
+    command->footer("Half a second for each line, outside proven mode. Digests: whole messages of the size. Ciphers:\n"
+                    "encryption of a long message in pieces of the size.");
+    command->callback([names, &session] { run(*names, session); });
+}
+
+} // namespace tool
