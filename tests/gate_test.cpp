@@ -98,6 +98,68 @@ TEST(Gate, ProvenModeRefusesEachUnapprovedDigestUnderTheCodeOfEachFunction)
     });
 }
 
+TEST(Gate, ProvenModeAllowsAriaAndSeedAndRefusesEveryOtherCipher)
+{
+    in_a_fresh_process([] {
+        static const std::uint8_t key[32] = {}, iv[16] = {};
+        static std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
+        ZRC_BLOCK_CIPHER_UNIT* unit = ZRC_New_BLOCK_CIPHER_Unit();
+        struct {
+            std::uint32_t id, alg_code, init_code;
+        } const cases[] = {
+            {ZRC_ARIA_128, 0, 0},
+            {ZRC_ARIA_192 | ZRC_MODE_CBC, 0, 0},
+            {ZRC_ARIA_256 | ZRC_MODE_CFB128, 0, 0},
+            {ZRC_SEED | ZRC_MODE_OFB, 0, 0},
+            {ZRC_ARIA_128 | ZRC_MODE_CTR, 0, 0x050100F0},
+            {ZRC_SEED | ZRC_MODE_CTR, 0, 0x050100F0},
+            {ZRC_SEED | ZRC_MODE_CFB8, 0x05090029, 0x05010023},
+            {ZRC_AES_128 | ZRC_MODE_CFB1, 0x05090029, 0x05010023}, // the mode is looked at before the approval
+            {ZRC_SEED_256, 0x050900F0, 0x05010023},
+            {ZRC_AES_128 | ZRC_MODE_CBC, 0x050900F0, 0x05010023},
+            {ZRC_LEA_256 | ZRC_MODE_CTR, 0x050900F0, 0x05010023},
+            {ZRC_DES, 0x050900F0, 0x05010023},
+            {ZRC_DES_EDE3 | ZRC_MODE_CBC, 0x050900F0, 0x05010023},
+            {ZRC_RC2_128, 0x050900F0, 0x05010023},
+            {ZRC_RC5, 0x050900F0, 0x05010023},
+            {ZRC_BLOWFISH, 0x050900F0, 0x05010023},
+        };
+        for (const auto& c : cases) {
+            EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, c.id, key, iv, 1), c.init_code) << std::hex << c.id;
+            EXPECT_EQ(unit->proven, 1);
+            ZRC_Clean_BLOCK_CIPHER_Unit(unit);
+            unit->proven = 1;
+            EXPECT_EQ(zrc_Init_Block_Alg(unit, c.id), c.alg_code) << std::hex << c.id;
+            EXPECT_EQ(ZRC_BLOCK_CIPHER(c.id | 1, 1, key, iv, key, 16, output, nullptr),
+                      c.init_code ? 0x05080021u : 0x0508005Au);
+        }
+        ZRC_Free_BLOCK_CIPHER_Unit(unit);
+
+        // A record that names a refused cipher is as little use as an identifier that does.
+        std::uint32_t length = sizeof record;
+        std::int32_t written;
+        EXPECT_EQ(ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_ARIA_128, key, iv, 1, record, &length), 0u);
+        EXPECT_EQ(ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, length, kData, 3, output, &written), 0u);
+        record[3] = 0x01; // AES
+        EXPECT_EQ(ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, length, kData, 3, output, &written), 0x050B0059u);
+
+        EXPECT_EQ(ZRC_Init_CBC_MAC(nullptr, ZRC_ARIA_128, key), 0x060100F0u); // before anything else
+        EXPECT_EQ(ZRC_CBC_MAC(ZRC_ARIA_128, key, key, 16, output, nullptr), 0x06040023u);
+        EXPECT_EQ(ZRC_DES_MAC(nullptr, kData, 3, output), 0x090100F0u);
+    });
+}
+
+TEST(Gate, Rc4StandsOutsideIt)
+{
+    in_a_fresh_process([] {
+        ZRC_RC4_UNIT* unit = ZRC_New_RC4_Unit();
+        EXPECT_EQ(ZRC_Init_RC4(unit, kData, 3), 0u);
+        EXPECT_EQ(ZRC_Do_RC4(unit, kData, 3, output), 0u);
+        ZRC_Free_RC4_Unit(unit);
+        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), 0u) << "no gated call was made";
+    });
+}
+
 TEST(Gate, ProvenModeCanBeLeftUntilTheFirstGatedCall)
 {
     in_a_fresh_process([] {

@@ -121,6 +121,28 @@ TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
               (codes{0x0F04003B, 0x0F040023, 0x0F040023, 0x0F040023, 0x0F040023, 0}));
     EXPECT_EQ(codes_with_failing_allocations(zrc_Context_Check), (codes{0x1A020059, 0x1A020059, 0x1A020059, 0}));
 
+    std::int32_t length = 0;
+    EXPECT_EQ(codes_with_failing_allocations(
+                  [&] { return ZRC_BLOCK_CIPHER(ZRC_ARIA_128, 1, kKey, nullptr, kKey, 16, output, &length); }),
+              (codes{0x0508003B, 0x05080021, 0}));
+    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_CBC_MAC(ZRC_LEA_128, kKey, kKey, 32, output, nullptr); }),
+              (codes{0x0604003B, 0x0604003B, 0x06040023, 0}));
+    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_DES_MAC(kKey, kKey, 12, output); }),
+              (codes{0x0901003C, 0x09010021, 0}));
+    std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
+    EXPECT_EQ(codes_with_failing_allocations([&] {
+                  std::uint32_t bytes = sizeof record;
+                  return ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_AES_128, kKey, nullptr, 1, record, &bytes);
+              }),
+              (codes{0x050A0059, 0x050A0021, 0}));
+    EXPECT_EQ(codes_with_failing_allocations(
+                  [&] { return ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, sizeof record, kKey, 16, output, &length); }),
+              (codes{0x050B0059, 0x050B0059, 0}));
+    ZRC_BLOCK_CIPHER_UNIT* cipher = ZRC_New_BLOCK_CIPHER_Unit();
+    EXPECT_EQ(codes_with_failing_allocations([=] { return ZRC_Init_BLOCK_CIPHER(cipher, ZRC_SEED, kKey, nullptr, 1); }),
+              (codes{0x0501003A, 0}));
+    ZRC_Free_BLOCK_CIPHER_Unit(cipher);
+
     // On one unit that lives through all the failures: each Init releases what the last one left, and the unit refuses to
     // work until one succeeds.
     ZRC_DIGEST_UNIT* digest = ZRC_New_DIGEST_Unit();
@@ -165,6 +187,22 @@ TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
     EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 10, nullptr, 3, output, nullptr), 0x0F04005Cu);
     EXPECT_EQ(ZRC_DIGEST(ZRC_SHA512, kData, 3, output, nullptr), 0u);
     EXPECT_EQ(ZRC_DIGEST(ZRC_SHA1, kData, 3, nullptr, nullptr), 0x0A050018u);
+    static std::uint8_t text[64], record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
+    std::int32_t length = 0;
+    std::uint32_t record_length = sizeof record;
+    for (const std::uint32_t id :
+         {ZRC_AES_256, ZRC_ARIA_256, ZRC_SEED, ZRC_LEA_256, ZRC_DES_EDE3, ZRC_RC2_128, ZRC_RC5}) {
+        EXPECT_EQ(ZRC_BLOCK_CIPHER(id | ZRC_MODE_CBC, 1, kKey, kKey, kKey, 37, text, &length), 0u);
+        EXPECT_EQ(ZRC_BLOCK_CIPHER(id | ZRC_MODE_CBC, 0, kKey, kKey, text, length - 1, text, &length), 0x05080017u);
+        EXPECT_EQ(ZRC_Init_Advanced_BLOCK_CIPHER(id, kKey, nullptr, 1, record, &record_length), 0u);
+        EXPECT_EQ(ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, sizeof record, kKey, 16, text, &length), 0u);
+    }
+    EXPECT_EQ(ZRC_BLOCK_CIPHER(ZRC_BLOWFISH, 1, kKey, nullptr, kKey, 37, text, &length), 0u);
+    EXPECT_EQ(ZRC_DES_MAC(kKey, kKey, 37, text), 0u);
+    ZRC_RC4_UNIT* rc4 = ZRC_New_RC4_Unit();
+    EXPECT_EQ(ZRC_Init_RC4(rc4, kKey, 16), 0u);
+    ZRC_Free_RC4_Unit(rc4);
+
     auto* block = static_cast<std::uint8_t*>(ZRC_Malloc(100));
     std::memset(block, 0xA5, 100);
     ZRC_Free_Ex(block, 100);
