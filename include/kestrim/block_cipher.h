@@ -177,7 +177,8 @@ ZRC_API uint32_t zrc_Init_Block_Alg(ZRC_BLOCK_CIPHER_UNIT *unit, uint32_t id);
  *
  * Returns 0, or a code, with nothing taken in and *out_length 0:
  *   0x0502002B  ZRC_ERR_INVALID_INPUT     unit or out_length is null, length is below 1, or the unit is not initialised
- *   0x0503004C  ZRC_ERR_OPERATE_FUNCTION  in or out is null, or they overlap in a way that would lose input
+ *   0x0503004C  ZRC_ERR_OPERATE_FUNCTION  in is null, out is null with bytes due, or the two overlap
+ *                                         in a way that would lose input
  *   0x0504005C  ZRC_ERR_UPDATE_FAILURE    the same in a padded decryption
  */
 ZRC_API uint32_t ZRC_Update_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint8_t *out, int32_t *out_length,

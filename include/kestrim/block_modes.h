@@ -9,7 +9,7 @@
  * in ECB or CBC; for AES and ARIA in CFB128, too, on purpose.
  *
  * zrc_Do_C_MODE (unit, out, in, length) processes `length` bytes from `in` to `out`, which are the same buffer or do not
- * overlap. A length below 1 does nothing and returns 0.
+ * overlap. A length below 1 does nothing and returns 0, but for CFBR, which refuses it.
  *
  *   ECB    whole blocks; an incomplete one at the end is ignored. Enciphers when the unit's direction is exactly 1
  *   CBC    the same direction. An incomplete last block: encryption fills it from the register and writes a whole block;
