@@ -1,5 +1,5 @@
-// AES (FIPS 197) with tables: key expansion, single blocks and the portable kernel. Look-ups depend on key and data, so this
-// code does not run in constant time; the kernels with AES instructions do.
+// AES (FIPS 197) with tables: key expansion, single blocks and the portable kernel. Look-ups depend on key and data, so
+// this code does not run in constant time; the kernels with AES instructions do.
 #include "cipher/aes_engine.hpp"
 
 #include "cipher/aes_tables.hpp"

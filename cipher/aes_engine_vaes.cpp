@@ -1,5 +1,5 @@
-// AES kernel with the vector AES instructions of x86-64 on 512-bit vectors: four blocks to an instruction. Runs in constant
-// time.
+// AES kernel with the vector AES instructions of x86-64 on 512-bit vectors: four blocks to an instruction. Runs in
+// constant time. The thirty-two registers hold all round keys.
 #include "cipher/aes_ni.hpp"
 #include "cipher/lanes_avx512.hpp"
 
@@ -60,12 +60,23 @@ template <block_mode Mode, int Rounds>
         for (; blocks >= 4; blocks -= 4, in += 64, out += 64)
             group<Mode, Rounds, 1>(key, chain, in, out);
     }
-    if (blocks != 0) aes_ni::parallel<Mode, Rounds, 1>(schedule, chain, in, out, blocks);
+    if (blocks == 0) return;
+    const aes_ni::round_keys<Rounds> key{schedule};
+    for (; blocks != 0; --blocks, in += 16, out += 16)
+        aes_ni::side_by_side<Mode, Rounds, 1>(key, chain, in, out);
+}
+
+template <block_mode Mode, int Rounds>
+[[gnu::target(KESTRIM_TARGET_VAES)]] void chained(const ZRC_AES_KEY& schedule, std::uint8_t* chain,
+                                                  const std::uint8_t* in, std::uint8_t* out,
+                                                  std::size_t blocks) noexcept
+{
+    aes_ni::chained<Mode, Rounds>(aes_ni::round_keys<Rounds>{schedule}, chain, in, out, blocks);
 }
 
 template <int Rounds>
-[[gnu::target(KESTRIM_TARGET_VAES)]] void run(const ZRC_AES_KEY& key, block_mode mode, std::uint8_t* chain,
-                                              const std::uint8_t* in, std::uint8_t* out, std::size_t blocks) noexcept
+void run(const ZRC_AES_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
+         std::size_t blocks) noexcept
 {
     using enum block_mode;
     switch (mode) {
@@ -74,15 +85,15 @@ template <int Rounds>
     case ecb_decrypt:
         return parallel<ecb_decrypt, Rounds>(key, chain, in, out, blocks);
     case cbc_encrypt:
-        return aes_ni::chained<cbc_encrypt, Rounds>(key, chain, in, out, blocks);
+        return chained<cbc_encrypt, Rounds>(key, chain, in, out, blocks);
     case cbc_decrypt:
         return parallel<cbc_decrypt, Rounds>(key, chain, in, out, blocks);
     case cfb_encrypt:
-        return aes_ni::chained<cfb_encrypt, Rounds>(key, chain, in, out, blocks);
+        return chained<cfb_encrypt, Rounds>(key, chain, in, out, blocks);
     case cfb_decrypt:
         return parallel<cfb_decrypt, Rounds>(key, chain, in, out, blocks);
     case ofb:
-        return aes_ni::chained<ofb, Rounds>(key, chain, in, out, blocks);
+        return chained<ofb, Rounds>(key, chain, in, out, blocks);
     case ctr:
         return parallel<ctr, Rounds>(key, chain, in, out, blocks);
     }

@@ -1,17 +1,30 @@
-// AES with the instructions of x86-64, on vectors of 128 bits: the schedule as the instructions want it, single blocks and
-// the modes whose blocks wait for each other. Both AES kernels use it.
+// AES with the instructions of x86-64, on vectors of 128 bits: the schedule as the instructions want it, blocks side
+// by side, and the modes whose blocks wait for each other. Both AES kernels use it. Loops over blocks and rounds are
+// unrolled so that arrays become registers.
 #pragma once
 
 #include "cipher/aes_engine.hpp"
-#include "cipher/portable_blocks.hpp"
+#include "core/bytes.hpp"
 
+#include <cstddef>
+#include <cstdint>
 #include <immintrin.h>
 
 #define KESTRIM_TARGET_AES_NI "aes,ssse3,sse4.1"
 
 namespace zrc::aes_ni {
 
-// Round keys in registers. The schedule keeps its words with the first byte highest, the instructions want it lowest.
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline __m128i load(const std::uint8_t* block) noexcept
+{
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+}
+
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void store(std::uint8_t* block, __m128i x) noexcept
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(block), x);
+}
+
+// The schedule keeps its words with the first byte highest, the instructions want it lowest.
 template <int Rounds>
 struct round_keys {
     [[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] explicit round_keys(const ZRC_AES_KEY& key) noexcept
@@ -26,16 +39,6 @@ struct round_keys {
     __m128i k[Rounds + 1];
 };
 
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline __m128i load(const std::uint8_t* block) noexcept
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
-}
-
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void store(std::uint8_t* block, __m128i x) noexcept
-{
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(block), x);
-}
-
 // All rounds but the addition of the first key and the last round.
 template <int Rounds>
 [[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline __m128i
@@ -47,15 +50,15 @@ inner_rounds(__m128i x, const round_keys<Rounds>& key) noexcept
     return x;
 }
 
-// CBC encryption, CFB encryption and OFB. The last round of a block and the addition of the first key for the next are one
-// instruction, so that a block costs exactly its rounds.
+// CBC encryption, CFB encryption and OFB. The last round of a block and the addition of the first key for the next are
+// one instruction, so that a block costs exactly its rounds.
 template <block_mode Mode, int Rounds>
 [[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void
-chained(const ZRC_AES_KEY& schedule, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
+chained(const round_keys<Rounds>& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
         std::size_t blocks) noexcept
 {
+    static_assert(!is_parallel(Mode));
     if (blocks == 0) return;
-    const round_keys<Rounds> key{schedule};
     const __m128i first = key.k[0], last = key.k[Rounds];
     const __m128i both = _mm_xor_si128(first, last);
     __m128i x = _mm_xor_si128(load(chain), first); // what goes into the inner rounds
@@ -63,12 +66,14 @@ chained(const ZRC_AES_KEY& schedule, std::uint8_t* chain, const std::uint8_t* in
 
     if constexpr (Mode == block_mode::cbc_encrypt) {
         x = _mm_xor_si128(x, load(in));
-        for (; blocks > 1; --blocks, in += 16, out += 16) {
+        for (;; in += 16, out += 16) {
+            x = inner_rounds(x, key);
+            if (--blocks == 0) break;
             const __m128i next = _mm_xor_si128(load(in + 16), first);
-            x = _mm_aesenclast_si128(inner_rounds(x, key), _mm_xor_si128(last, next));
+            x = _mm_aesenclast_si128(x, _mm_xor_si128(last, next));
             store(out, _mm_xor_si128(x, next));
         }
-        result = _mm_aesenclast_si128(inner_rounds(x, key), last);
+        result = _mm_aesenclast_si128(x, last);
         store(out, result);
     } else {
         for (; blocks != 0; --blocks, in += 16, out += 16) {
@@ -86,56 +91,69 @@ chained(const ZRC_AES_KEY& schedule, std::uint8_t* chain, const std::uint8_t* in
     store(chain, result);
 }
 
-// `Count` blocks of a parallel mode, side by side.
+// The next Count counters; moves `chain` on. Halves are made in scalar registers: a vector loaded from two scalar
+// stores just done would have to wait for them.
+template <std::size_t Count>
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void counters(std::uint8_t* chain,
+                                                                                __m128i (&x)[Count]) noexcept
+{
+    const std::uint64_t high = load_be64(chain), low = load_be64(chain + 8), next = low + Count;
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < Count; ++i) {
+        const std::uint64_t n = low + i;
+        x[i] =
+            _mm_set_epi64x(static_cast<long long>(byte_swap(n)), static_cast<long long>(byte_swap(high + (n < low))));
+    }
+    store_be64(chain + 8, next);
+    if (next < low) store_be64(chain, high + 1);
+}
+
+// The ciphertext block before block `i`.
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline __m128i
+before(const std::uint8_t* chain, const std::uint8_t* in, std::size_t i) noexcept
+{
+    return load(i == 0 ? chain : in + 16 * (i - 1));
+}
+
+// `Count` blocks of a parallel mode, side by side. They are stored last block first: in place, each still finds the
+// ciphertext before it.
 template <block_mode Mode, int Rounds, std::size_t Count>
 [[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void
 side_by_side(const round_keys<Rounds>& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    constexpr bool chained_input = Mode == block_mode::cfb_decrypt, chained_output = Mode == block_mode::cbc_decrypt;
+    static_assert(is_parallel(Mode));
+    constexpr bool chained = Mode == block_mode::cbc_decrypt || Mode == block_mode::cfb_decrypt;
+    constexpr bool keystream = Mode == block_mode::ctr || Mode == block_mode::cfb_decrypt;
 
-    __m128i text[Count], x[Count], before[Count];
+    __m128i x[Count];
+    if constexpr (Mode == block_mode::ctr) {
+        counters(chain, x);
+    } else {
 #pragma GCC unroll 16
-    for (std::size_t i = 0; i < Count; ++i) {
-        text[i] = load(in + 16 * i);
-        before[i] = i == 0 && (chained_input || chained_output) ? load(chain) : text[i == 0 ? 0 : i - 1];
-        x[i] = chained_input ? before[i] : text[i];
-        if constexpr (Mode == block_mode::ctr) {
-            x[i] = load(chain);
-            increment_counter<16>(chain);
-        }
+        for (std::size_t i = 0; i < Count; ++i)
+            x[i] = Mode == block_mode::cfb_decrypt ? before(chain, in, i) : load(in + 16 * i);
+    }
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < Count; ++i)
         x[i] = _mm_xor_si128(x[i], key.k[0]);
-    }
 #pragma GCC unroll 16
-    for (int round = 1; round <= Rounds; ++round) {
+    for (int round = 1; round < Rounds; ++round) {
 #pragma GCC unroll 16
-        for (std::size_t i = 0; i < Count; ++i) {
-            if constexpr (uses_decryption(Mode)) {
-                x[i] = round < Rounds ? _mm_aesdec_si128(x[i], key.k[round]) : _mm_aesdeclast_si128(x[i], key.k[round]);
-            } else {
-                x[i] = round < Rounds ? _mm_aesenc_si128(x[i], key.k[round]) : _mm_aesenclast_si128(x[i], key.k[round]);
-            }
-        }
+        for (std::size_t i = 0; i < Count; ++i)
+            x[i] = uses_decryption(Mode) ? _mm_aesdec_si128(x[i], key.k[round]) : _mm_aesenc_si128(x[i], key.k[round]);
     }
-    if constexpr (chained_input || chained_output) store(chain, text[Count - 1]);
+    __m128i next_chain = _mm_setzero_si128();
+    if constexpr (chained) next_chain = load(in + 16 * (Count - 1));
 #pragma GCC unroll 16
-    for (std::size_t i = 0; i < Count; ++i) {
-        if constexpr (chained_output) x[i] = _mm_xor_si128(x[i], before[i]);
-        if constexpr (chained_input || Mode == block_mode::ctr) x[i] = _mm_xor_si128(x[i], text[i]);
-        store(out + 16 * i, x[i]);
+    for (std::size_t n = 0; n < Count; ++n) {
+        const std::size_t i = Count - 1 - n;
+        __m128i y = uses_decryption(Mode) ? _mm_aesdeclast_si128(x[i], key.k[Rounds])
+                                          : _mm_aesenclast_si128(x[i], key.k[Rounds]);
+        if constexpr (Mode == block_mode::cbc_decrypt) y = _mm_xor_si128(y, before(chain, in, i));
+        if constexpr (keystream) y = _mm_xor_si128(y, load(in + 16 * i));
+        store(out + 16 * i, y);
     }
-}
-
-// A parallel mode: groups of `Count` blocks, then single ones.
-template <block_mode Mode, int Rounds, std::size_t Count>
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline void
-parallel(const ZRC_AES_KEY& schedule, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
-         std::size_t blocks) noexcept
-{
-    const round_keys<Rounds> key{schedule};
-    for (; blocks >= Count; blocks -= Count, in += 16 * Count, out += 16 * Count)
-        side_by_side<Mode, Rounds, Count>(key, chain, in, out);
-    for (; blocks != 0; --blocks, in += 16, out += 16)
-        side_by_side<Mode, Rounds, 1>(key, chain, in, out);
+    if constexpr (chained) store(chain, next_chain);
 }
 
 } // namespace zrc::aes_ni

@@ -1,5 +1,5 @@
-// The tables of AES (FIPS 197), computed from the algebra behind them: the field GF(2^8) with the polynomial 0x11B, the S-box
-// as an affine map of the inverse, MixColumns as a multiplication.
+// The tables of AES (FIPS 197), computed from the algebra behind them: the field GF(2^8) with the polynomial 0x11B, the
+// S-box as an affine map of the inverse, MixColumns as a multiplication.
 #pragma once
 
 #include <array>

@@ -1,11 +1,14 @@
 // The operating modes and the self-test gate. The flags only ever move one way, so each scenario runs in a process of its
 // own: "threadsafe" death tests execute this program anew for each of them.
 #include "kestrim_crypto.h"
+#include "tests/fresh_process.hpp"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
+
+using test::in_a_fresh_process;
 
 constexpr std::int32_t kRefused[] = {ZRC_SHA1, ZRC_MD5, ZRC_HAS160, ZRC_MDC2};
 constexpr std::int32_t kApproved[] = {ZRC_SHA224, ZRC_SHA256, ZRC_SHA384, ZRC_SHA512};
@@ -38,18 +41,6 @@ void expect_everything_is_accepted()
             EXPECT_EQ(hmac_init_once(ids[i]), 0u) << std::hex << ids[i];
         }
     }
-}
-
-template <class Scenario>
-void in_a_fresh_process(Scenario scenario)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            scenario();
-            std::exit(testing::Test::HasFailure() ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // the gate, memory that must be clean when it is released. Allocation functions are wrapped by the linker.
 #include "kestrim_crypto.h"
 #include "selftest/fault.hpp"
+#include "tests/fresh_process.hpp"
 
 #include <atomic>
 #include <chrono>
@@ -15,6 +16,8 @@
 #include <vector>
 
 namespace {
+
+using test::in_a_fresh_process;
 
 int allocations_until_failure = -1; // the allocation that fails; negative: none does
 void (*on_allocation)() = nullptr;
@@ -94,18 +97,6 @@ std::vector<std::uint32_t> codes_with_failing_allocations(const std::function<st
         allocations_until_failure = -1;
     }
     return codes;
-}
-
-template <class Scenario>
-void in_a_fresh_process(Scenario scenario)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            scenario();
-            std::exit(testing::Test::HasFailure() ? 1 : 0);
-        },
-        testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 /*
  * AES (FIPS 197): key schedules and single blocks. Most callers want the block cipher unit (kestrim/block_cipher.h).
- * These functions work with tables whose look-ups depend on key and data: they do not run in constant time. The modes of
- * the unit use the AES instructions where the processor has them.
+ * These functions work with tables whose look-ups depend on key and data: they do not run in constant time. The modes
+ * of the unit use the AES instructions where the processor has them.
  */
 #ifndef KESTRIM_AES_H
 #define KESTRIM_AES_H
@@ -34,8 +34,8 @@ ZRC_API uint32_t zrc_Init_Encrypt_AES_Key(const uint8_t *key, uint32_t key_lengt
 ZRC_API uint32_t zrc_Init_Decrypt_AES_Key(const uint8_t *key, uint32_t key_length, ZRC_AES_KEY *schedule);
 
 /*
- * zrc_AES_Encrypt_Block, zrc_AES_Decrypt_Block - one block of 16 bytes; in and out may be the same. Nothing happens when
- * an argument is null or the schedule has another number of rounds.
+ * zrc_AES_Encrypt_Block, zrc_AES_Decrypt_Block - one block of 16 bytes; in and out may be the same. Nothing happens
+ * when an argument is null or the schedule has another number of rounds.
  */
 ZRC_API void zrc_AES_Encrypt_Block(const uint8_t *in, uint8_t *out, const ZRC_AES_KEY *schedule);
 ZRC_API void zrc_AES_Decrypt_Block(const uint8_t *in, uint8_t *out, const ZRC_AES_KEY *schedule);

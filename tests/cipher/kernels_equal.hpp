@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-// All kernels of the list that this machine can run give what the last one, the portable one, gives: in every mode, for 0 to
-// `most_blocks` blocks, at any alignment, in place and not, and leave the same chain.
+// All kernels of the list that this machine can run give what the last one, the portable one, gives: in every mode, for 0
+// to `most_blocks` blocks, at any alignment, in place and not, and leave the same chain.
 template <class Key>
 [[gnu::noinline]] void expect_kernels_equal(zrc::kernel_choice<zrc::blocks_fn<Key>>& kernels, const Key& encryption,
                                             const Key& decryption, std::size_t block_bytes, std::size_t most_blocks)
