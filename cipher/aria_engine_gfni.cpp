@@ -476,7 +476,8 @@ template <block_mode Mode>
     secret_array<std::uint8_t, 16> moving_chain;
     std::memcpy(buffer.data(), in, bytes);
     std::memset(buffer.data() + bytes, 0, 16 * 16 - bytes);
-    std::memcpy(moving_chain.data(), chain, 16);
+    constexpr bool uses_chain = Mode != block_mode::ecb_encrypt && Mode != block_mode::ecb_decrypt;
+    if constexpr (uses_chain) std::memcpy(moving_chain.data(), chain, 16); // ECB may come with a null chain
     if constexpr (Mode == block_mode::cbc_decrypt || Mode == block_mode::cfb_decrypt)
         std::memcpy(chain, in + bytes - 16, 16);
     if constexpr (Mode == block_mode::ctr) {

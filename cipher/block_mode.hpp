@@ -31,7 +31,7 @@ constexpr bool uses_decryption(block_mode mode) noexcept
 
 // Processes `blocks` whole blocks from `in` to `out`, which are the same buffer or do not overlap. `chain` is one block:
 //
-//   ECB        not looked at
+//   ECB        not looked at; may be null
 //   CBC, CFB   the last ciphertext block, the IV at first; updated
 //   OFB        the last keystream block, the IV at first; updated
 //   CTR        the next counter, one big-endian number as long as a block that wraps to 0; updated
