@@ -45,46 +45,17 @@ template <block_mode Mode, int Rounds>
     }
 }
 
-template <int Rounds>
-void run(const ZRC_AES_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
-         std::size_t blocks) noexcept
-{
-    using enum block_mode;
-    switch (mode) {
-    case ecb_encrypt:
-        return parallel<ecb_encrypt, Rounds>(key, chain, in, out, blocks);
-    case ecb_decrypt:
-        return parallel<ecb_decrypt, Rounds>(key, chain, in, out, blocks);
-    case cbc_encrypt:
-        return chained<cbc_encrypt, Rounds>(key, chain, in, out, blocks);
-    case cbc_decrypt:
-        return parallel<cbc_decrypt, Rounds>(key, chain, in, out, blocks);
-    case cfb_encrypt:
-        return chained<cfb_encrypt, Rounds>(key, chain, in, out, blocks);
-    case cfb_decrypt:
-        return parallel<cfb_decrypt, Rounds>(key, chain, in, out, blocks);
-    case ofb:
-        return chained<ofb, Rounds>(key, chain, in, out, blocks);
-    case ctr:
-        return parallel<ctr, Rounds>(key, chain, in, out, blocks);
-    }
-}
-
 } // namespace
 
 void aes_blocks_aes_ni(const ZRC_AES_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                        std::uint8_t* out, std::size_t blocks) noexcept
 {
-    switch (key.rounds) {
-    case 10:
-        return run<10>(key, mode, chain, in, out, blocks);
-    case 12:
-        return run<12>(key, mode, chain, in, out, blocks);
-    case 14:
-        return run<14>(key, mode, chain, in, out, blocks);
-    default:
-        return;
-    }
+    aes_ni::with_mode_and_rounds(key, mode, [&]<block_mode Mode, int Rounds>() {
+        if constexpr (is_parallel(Mode))
+            parallel<Mode, Rounds>(key, chain, in, out, blocks);
+        else
+            chained<Mode, Rounds>(key, chain, in, out, blocks);
+    });
 }
 
 } // namespace zrc

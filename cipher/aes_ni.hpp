@@ -39,6 +39,23 @@ struct round_keys {
     __m128i k[Rounds + 1];
 };
 
+// Calls `kernel` with the mode and the number of rounds as template arguments; not at all for a schedule that is none.
+[[gnu::always_inline]] inline void with_mode_and_rounds(const ZRC_AES_KEY& key, block_mode mode, auto kernel) noexcept
+{
+    with_mode(mode, [&]<block_mode Mode>() {
+        switch (key.rounds) {
+        case 10:
+            return kernel.template operator()<Mode, 10>();
+        case 12:
+            return kernel.template operator()<Mode, 12>();
+        case 14:
+            return kernel.template operator()<Mode, 14>();
+        default:
+            return;
+        }
+    });
+}
+
 // All rounds but the addition of the first key and the last round.
 template <int Rounds>
 [[gnu::always_inline, gnu::target(KESTRIM_TARGET_AES_NI)]] inline __m128i

@@ -11,12 +11,13 @@
 #include "cipher/aria_engine.hpp"
 #include "cipher/aria_sliced.hpp"
 #include "cipher/aria_tables.hpp"
+#include "cipher/padded_group.hpp"
 #include "cipher/portable_blocks.hpp"
-#include "core/bytes.hpp"
 #include "core/secret.hpp"
 
 #include <array>
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
 #include <immintrin.h>
 
 namespace zrc {
@@ -51,7 +52,22 @@ constexpr std::uint64_t kIdentity = 0x0102040810204080;
 
 constexpr int kParity = 0x96; // truth table
 
-struct ops512 {
+// Where the sum of three is one instruction, sums of two are not worth sharing.
+template <class Ops>
+struct mix_by_threes {
+    template <class Vector>
+    [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static void
+    mix(const Vector& a, const Vector& b, const Vector& c, const Vector& d, Vector& without_a, Vector& without_b,
+        Vector& without_c, Vector& without_d) noexcept
+    {
+        without_a = Ops::xor3(b, c, d);
+        without_b = Ops::xor3(a, c, d);
+        without_c = Ops::xor3(a, b, d);
+        without_d = Ops::xor3(a, b, c);
+    }
+};
+
+struct ops512 : mix_by_threes<ops512> {
     using vector = __m512i;
 
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector xor2(vector a, vector b) noexcept
@@ -61,15 +77,6 @@ struct ops512 {
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector xor3(vector a, vector b, vector c) noexcept
     {
         return _mm512_ternarylogic_epi32(a, b, c, kParity);
-    }
-    [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static void
-    mix(const vector& a, const vector& b, const vector& c, const vector& d, vector& without_a, vector& without_b,
-        vector& without_c, vector& without_d) noexcept
-    {
-        without_a = xor3(b, c, d);
-        without_b = xor3(a, c, d);
-        without_c = xor3(a, b, d);
-        without_d = xor3(a, b, c);
     }
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector unpack_low(vector a, vector b) noexcept
     {
@@ -95,7 +102,7 @@ struct ops512 {
     }
 };
 
-struct ops128 {
+struct ops128 : mix_by_threes<ops128> {
     using vector = __m128i;
 
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector xor2(vector a, vector b) noexcept
@@ -105,15 +112,6 @@ struct ops128 {
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector xor3(vector a, vector b, vector c) noexcept
     {
         return _mm_ternarylogic_epi32(a, b, c, kParity);
-    }
-    [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static void
-    mix(const vector& a, const vector& b, const vector& c, const vector& d, vector& without_a, vector& without_b,
-        vector& without_c, vector& without_d) noexcept
-    {
-        without_a = xor3(b, c, d);
-        without_b = xor3(a, c, d);
-        without_c = xor3(a, b, d);
-        without_d = xor3(a, b, c);
     }
     [[gnu::always_inline, gnu::target(KESTRIM_ARIA_TARGET)]] static vector unpack_low(vector a, vector b) noexcept
     {
@@ -465,30 +463,6 @@ template <block_mode Mode>
     lanes::template store<4>(chain, in, out, x);
 }
 
-// The rest of a message, fewer than 16 blocks, as a full group in a buffer.
-template <block_mode Mode>
-[[gnu::target(KESTRIM_ARIA_TARGET)]] void padded_sixteen(const sliced_keys& keys, std::uint8_t* chain,
-                                                         const std::uint8_t* in, std::uint8_t* out,
-                                                         std::size_t blocks) noexcept
-{
-    const std::size_t bytes = 16 * blocks;
-    secret_array<std::uint8_t, 16 * 16> buffer;
-    secret_array<std::uint8_t, 16> moving_chain;
-    std::memcpy(buffer.data(), in, bytes);
-    std::memset(buffer.data() + bytes, 0, 16 * 16 - bytes);
-    constexpr bool uses_chain = Mode != block_mode::ecb_encrypt && Mode != block_mode::ecb_decrypt;
-    if constexpr (uses_chain) std::memcpy(moving_chain.data(), chain, 16); // ECB may come with a null chain
-    if constexpr (Mode == block_mode::cbc_decrypt || Mode == block_mode::cfb_decrypt)
-        std::memcpy(chain, in + bytes - 16, 16);
-    if constexpr (Mode == block_mode::ctr) {
-        const std::uint64_t low = load_be64(chain + 8), next = low + blocks;
-        store_be64(chain + 8, next);
-        if (next < low) store_be64(chain, load_be64(chain) + 1);
-    }
-    sixteen<Mode>(keys, moving_chain.data(), buffer.data(), buffer.data());
-    std::memcpy(out, buffer.data(), bytes);
-}
-
 template <block_mode Mode>
 [[gnu::target(KESTRIM_ARIA_TARGET)]] void parallel(const sliced_keys& keys, std::uint8_t* chain, const std::uint8_t* in,
                                                    std::uint8_t* out, std::size_t blocks) noexcept
@@ -502,7 +476,10 @@ template <block_mode Mode>
     }
     for (; blocks >= 16; blocks -= 16, in += 256, out += 256)
         sixteen<Mode>(keys, chain, in, out);
-    if (blocks != 0) padded_sixteen<Mode>(keys, chain, in, out, blocks);
+    if (blocks == 0) return;
+    run_padded_group<Mode, 16>(chain, in, out, blocks, [&keys](std::uint8_t* first, std::uint8_t* data) {
+        sixteen<Mode>(keys, first, data, data);
+    });
 }
 
 constexpr std::size_t kFewBlocks = 4; // up to here, blocks one by one are faster than a padded group

@@ -29,15 +29,42 @@ constexpr bool uses_decryption(block_mode mode) noexcept
     return mode == block_mode::ecb_decrypt || mode == block_mode::cbc_decrypt;
 }
 
-// Processes `blocks` whole blocks from `in` to `out`, which are the same buffer or do not overlap. `chain` is one block:
+// Calls `kernel` with the mode as a template argument, so that each mode becomes code of its own:
+//
+//   with_mode(mode, [&]<block_mode Mode>() { ... });
+[[gnu::always_inline]] inline void with_mode(block_mode mode, auto kernel) noexcept
+{
+    using enum block_mode;
+    switch (mode) {
+    case ecb_encrypt:
+        return kernel.template operator()<ecb_encrypt>();
+    case ecb_decrypt:
+        return kernel.template operator()<ecb_decrypt>();
+    case cbc_encrypt:
+        return kernel.template operator()<cbc_encrypt>();
+    case cbc_decrypt:
+        return kernel.template operator()<cbc_decrypt>();
+    case cfb_encrypt:
+        return kernel.template operator()<cfb_encrypt>();
+    case cfb_decrypt:
+        return kernel.template operator()<cfb_decrypt>();
+    case ofb:
+        return kernel.template operator()<ofb>();
+    case ctr:
+        return kernel.template operator()<ctr>();
+    }
+}
+
+// Processes `blocks` whole blocks from `in` to `out`, which are the same buffer or do not overlap. `chain` is one
+// block:
 //
 //   ECB        not looked at; may be null
 //   CBC, CFB   the last ciphertext block, the IV at first; updated
 //   OFB        the last keystream block, the IV at first; updated
 //   CTR        the next counter, one big-endian number as long as a block that wraps to 0; updated
 //
-// No alignment is asked of any of them. The key is the encryption schedule, or the decryption schedule for modes that use
-// decryption.
+// No alignment is asked of any of them. The key is the encryption schedule, or the decryption schedule for modes that
+// use decryption.
 template <class Key>
 using blocks_fn = void (*)(const Key& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                            std::uint8_t* out, std::size_t blocks) noexcept;

@@ -3,24 +3,21 @@
 // the low six bits of each byte, which is where the boxes have theirs, so the S-boxes cost no memory access at an
 // address that depends on key or data. Fewer than eight blocks, and the modes whose blocks wait for each other, are
 // left to the portable rounds.
-
-// GCC 12 warns about the undefined vectors that its own intrinsics start from.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
+#include "cipher/avx512.hpp"
 #include "cipher/des_engine.hpp"
 #include "cipher/des_rounds.hpp"
 #include "cipher/des_tables.hpp"
 #include "cipher/interleaved_blocks.hpp"
 
-#include <immintrin.h>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace zrc {
 namespace {
 
-#define KESTRIM_TARGET_DES "gfni,avx512f,avx512vl,avx512bw,avx512dq,avx512vbmi,avx2,bmi,bmi2"
+#define KESTRIM_TARGET_DES "gfni,avx512vbmi," KESTRIM_TARGET_AVX512
 
 constexpr std::size_t kLanes = 64;
 
@@ -240,47 +237,45 @@ template <std::size_t N>
         join(left.p[n], right.p[n], x + kLanes * n, kInGroup);
 }
 
-struct des_gfni_core {
-    using key = ZRC_DES_KEY;
-    static constexpr std::endian order = des_core::order;
+std::span<const ZRC_DES_KEY> passes(const ZRC_DES_KEY& schedule) noexcept
+{
+    return {&schedule, 1};
+}
 
+std::span<const ZRC_DES_KEY> passes(const ZRC_DES_EDE_KEY& schedule) noexcept
+{
+    return schedule.slot;
+}
+
+template <class Core>
+struct des_gfni_core : Core {
     template <bool Backwards, std::size_t N>
-    [[gnu::always_inline]] static void transform(const key& schedule, std::array<std::uint64_t, N>& x) noexcept
+    [[gnu::always_inline]] static void transform(const typename Core::key& schedule,
+                                                 std::array<std::uint64_t, N>& x) noexcept
     {
         if constexpr (N < 8)
-            des_core::transform<Backwards>(schedule, x);
+            Core::template transform<Backwards>(schedule, x);
         else
-            transform_planes<N>({&schedule, 1}, x.data());
+            transform_planes<N>(passes(schedule), x.data());
     }
 };
 
-struct des_ede_gfni_core {
-    using key = ZRC_DES_EDE_KEY;
-    static constexpr std::endian order = des_ede_core::order;
-
-    template <bool Backwards, std::size_t N>
-    [[gnu::always_inline]] static void transform(const key& schedule, std::array<std::uint64_t, N>& x) noexcept
-    {
-        if constexpr (N < 8)
-            des_ede_core::transform<Backwards>(schedule, x);
-        else
-            transform_planes<N>(schedule.slot, x.data());
-    }
-};
+// Every width down to the eight blocks of one vector, below which the portable rounds take over.
+template <class Core>
+using gfni_modes = interleaved_modes<des_gfni_core<Core>, 2 * kLanes, kLanes, 32, 16, 8, 4, 2, 1>;
 
 } // namespace
 
 void des_blocks_gfni(const ZRC_DES_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                      std::uint8_t* out, std::size_t blocks) noexcept
 {
-    interleaved_modes<des_gfni_core, 2 * kLanes, kLanes, 32, 16, 8, 4, 2, 1>::run(key, mode, chain, in, out, blocks);
+    gfni_modes<des_core>::run(key, mode, chain, in, out, blocks);
 }
 
 void des_ede_blocks_gfni(const ZRC_DES_EDE_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                          std::uint8_t* out, std::size_t blocks) noexcept
 {
-    interleaved_modes<des_ede_gfni_core, 2 * kLanes, kLanes, 32, 16, 8, 4, 2, 1>::run(key, mode, chain, in, out,
-                                                                                      blocks);
+    gfni_modes<des_ede_core>::run(key, mode, chain, in, out, blocks);
 }
 
 } // namespace zrc

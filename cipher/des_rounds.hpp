@@ -1,6 +1,7 @@
 // The rounds of DES and triple DES on any number of blocks side by side, and the permutations around them.
 #pragma once
 
+#include "cipher/des_permutations.hpp"
 #include "cipher/des_tables.hpp"
 #include "cipher/interleaved_blocks.hpp"
 #include "kestrim/des.h"
@@ -14,43 +15,6 @@ namespace zrc {
 namespace des {
 
 inline constexpr std::size_t kRounds = 16;
-
-struct halves {
-    std::uint32_t left;
-    std::uint32_t right;
-};
-
-// Exchanges the bits of `b` under `mask` with those of `a` that stand `shift` places higher.
-[[gnu::always_inline]] constexpr void exchange_bits(std::uint32_t& a, std::uint32_t& b, int shift,
-                                                    std::uint32_t mask) noexcept
-{
-    const std::uint32_t differing = ((a >> shift) ^ b) & mask;
-    b ^= differing;
-    a ^= differing << shift;
-}
-
-[[gnu::always_inline]] constexpr halves initial_permutation(std::uint64_t block) noexcept
-{
-    auto left = std::uint32_t(block >> 32), right = std::uint32_t(block);
-    exchange_bits(left, right, 4, 0x0F0F0F0F);
-    exchange_bits(left, right, 16, 0x0000FFFF);
-    exchange_bits(right, left, 2, 0x33333333);
-    exchange_bits(right, left, 8, 0x00FF00FF);
-    exchange_bits(left, right, 1, 0x55555555);
-    return {left, right};
-}
-
-// The exchanges of the initial permutation, last one first.
-[[gnu::always_inline]] constexpr std::uint64_t final_permutation(halves block) noexcept
-{
-    auto [left, right] = block;
-    exchange_bits(left, right, 1, 0x55555555);
-    exchange_bits(right, left, 8, 0x00FF00FF);
-    exchange_bits(right, left, 2, 0x33333333);
-    exchange_bits(left, right, 16, 0x0000FFFF);
-    exchange_bits(left, right, 4, 0x0F0F0F0F);
-    return std::uint64_t{left} << 32 | right;
-}
 
 // One round: `changed` takes up the round function of `read`. The standard exchanges the halves, here they change
 // names.
@@ -81,6 +45,14 @@ template <std::size_t N>
     });
 }
 
+// Between two passes the final and the initial permutation cancel out.
+template <std::size_t N>
+[[gnu::always_inline]] inline void rounds(const ZRC_DES_EDE_KEY& schedule, std::array<halves, N>& blocks) noexcept
+{
+    for (const ZRC_DES_KEY& pass : schedule.slot)
+        rounds(pass, blocks);
+}
+
 template <std::size_t N>
 [[gnu::always_inline]] inline void permute(const std::array<std::uint64_t, N>& x,
                                            std::array<halves, N>& blocks) noexcept
@@ -102,8 +74,9 @@ template <std::size_t N>
 
 } // namespace des
 
-struct des_core {
-    using key = ZRC_DES_KEY;
+template <class Key>
+struct des_core_for {
+    using key = Key;
     static constexpr std::endian order = std::endian::big;
 
     template <bool, std::size_t N>
@@ -116,20 +89,7 @@ struct des_core {
     }
 };
 
-// Between two passes the final and the initial permutation cancel out.
-struct des_ede_core {
-    using key = ZRC_DES_EDE_KEY;
-    static constexpr std::endian order = std::endian::big;
-
-    template <bool, std::size_t N>
-    [[gnu::always_inline]] static void transform(const key& schedule, std::array<std::uint64_t, N>& x) noexcept
-    {
-        std::array<des::halves, N> blocks;
-        des::permute(x, blocks);
-        for (const ZRC_DES_KEY& slot : schedule.slot)
-            des::rounds(slot, blocks);
-        des::unpermute(blocks, x);
-    }
-};
+using des_core = des_core_for<ZRC_DES_KEY>;
+using des_ede_core = des_core_for<ZRC_DES_EDE_KEY>;
 
 } // namespace zrc

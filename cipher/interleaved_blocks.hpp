@@ -41,24 +41,12 @@ public:
     static void run(const key& schedule, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                     std::uint8_t* out, std::size_t blocks) noexcept
     {
-        switch (mode) {
-        case block_mode::ecb_encrypt:
-            return parallel<block_mode::ecb_encrypt>(schedule, chain, in, out, blocks);
-        case block_mode::ecb_decrypt:
-            return parallel<block_mode::ecb_decrypt>(schedule, chain, in, out, blocks);
-        case block_mode::cbc_encrypt:
-            return serial<block_mode::cbc_encrypt>(schedule, chain, in, out, blocks);
-        case block_mode::cbc_decrypt:
-            return parallel<block_mode::cbc_decrypt>(schedule, chain, in, out, blocks);
-        case block_mode::cfb_encrypt:
-            return serial<block_mode::cfb_encrypt>(schedule, chain, in, out, blocks);
-        case block_mode::cfb_decrypt:
-            return parallel<block_mode::cfb_decrypt>(schedule, chain, in, out, blocks);
-        case block_mode::ofb:
-            return serial<block_mode::ofb>(schedule, chain, in, out, blocks);
-        case block_mode::ctr:
-            return parallel<block_mode::ctr>(schedule, chain, in, out, blocks);
-        }
+        with_mode(mode, [&]<block_mode Mode>() {
+            if constexpr (is_parallel(Mode))
+                parallel<Mode>(schedule, chain, in, out, blocks);
+            else
+                serial<Mode>(schedule, chain, in, out, blocks);
+        });
     }
 
 private:

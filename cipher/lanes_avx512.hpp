@@ -1,24 +1,18 @@
-// The parallel modes around a vector kernel for 16-byte blocks, four blocks to a 512-bit vector: what goes into the cipher
-// and what is made of what comes out. The chaining XOR and the counters thus cost no pass of their own.
+// The parallel modes around a vector kernel for 16-byte blocks, four blocks to a 512-bit vector: what goes into the
+// cipher and what is made of what comes out. The chaining XOR and the counters thus cost no pass of their own.
 #pragma once
 
-// GCC 12 warns about the undefined vectors that its own intrinsics start from.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
+#include "cipher/avx512.hpp"
 #include "cipher/block_mode.hpp"
 #include "core/bytes.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <immintrin.h>
 
 namespace zrc {
 
 // Kernels that include this are compiled for at least these features.
-#define KESTRIM_TARGET_LANES "avx512f,avx512bw,avx512vl,avx512dq,avx2,bmi,bmi2"
+#define KESTRIM_TARGET_LANES KESTRIM_TARGET_AVX512
 
 template <block_mode Mode>
 class lanes_avx512 {
@@ -39,8 +33,8 @@ public:
         }
     }
 
-    // Turns the cipher's outputs into the mode's and stores them, last vector first: in place, each vector still finds the
-    // ciphertext before it. Moves `chain` on.
+    // Turns the cipher's outputs into the mode's and stores them, last vector first: in place, each vector still
+    // finds the ciphertext before it. Moves `chain` on.
     template <std::size_t Vectors>
     [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void
     store(std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out, const __m512i (&y)[Vectors]) noexcept
@@ -90,7 +84,7 @@ private:
             _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))); // lowest lane: low half
 #pragma GCC unroll 16
         for (std::size_t i = 0; i < Vectors; ++i) {
-            const auto n = static_cast<long long>(4 * i);
+            const auto n = 4 * static_cast<long long>(i);
             const __m512i step = _mm512_set_epi64(0, n + 3, 0, n + 2, 0, n + 1, 0, n);
             __m512i sum = _mm512_add_epi64(base, step);
             if (next < low) { // a carry into the high half somewhere in this group; at most once in 2^64 blocks

@@ -1,22 +1,13 @@
 // RC5-32/16 for x86-64 with AVX-512: sixteen blocks to a pair of vectors, one with their first words and one with
 // their second, and up to four pairs side by side. Fewer than sixteen blocks, and the modes whose blocks wait for
-// each other, are left to the portable rounds. GCC 12 warns about the undefined vectors that its own intrinsics start
-// from.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
+// each other, are left to the portable rounds.
+#include "cipher/avx512.hpp"
 #include "cipher/interleaved_blocks.hpp"
 #include "cipher/rc5_engine.hpp"
 #include "cipher/rc5_rounds.hpp"
 
-#include <immintrin.h>
-
 namespace zrc {
 namespace {
-
-#define KESTRIM_TARGET_RC5 "avx512f,avx512vl,avx512bw,avx512dq,avx2,bmi,bmi2"
 
 constexpr std::size_t kLanes = 16;
 
@@ -28,26 +19,26 @@ struct word_vectors {
 };
 
 // Lanes 0, 2, 4, ... of two vectors, the second's counted from 16.
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline __m512i even_lanes() noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline __m512i even_lanes() noexcept
 {
     return _mm512_set_epi32(30, 28, 26, 24, 22, 20, 18, 16, 14, 12, 10, 8, 6, 4, 2, 0);
 }
 
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline __m512i odd_lanes() noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline __m512i odd_lanes() noexcept
 {
     return _mm512_add_epi32(even_lanes(), _mm512_set1_epi32(1));
 }
 
 // Lanes 0, 16, 1, 17, ...: of a vector of first words and one of second words, the blocks that begin at lane `first`.
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline __m512i joined_lanes(int first) noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline __m512i joined_lanes(int first) noexcept
 {
     return _mm512_add_epi32(_mm512_set_epi32(23, 7, 22, 6, 21, 5, 20, 4, 19, 3, 18, 2, 17, 1, 16, 0),
                             _mm512_set1_epi32(first));
 }
 
 template <std::size_t Pairs>
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline void split(const std::uint64_t* x,
-                                                                          word_vectors<Pairs>& v) noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline void split(const std::uint64_t* x,
+                                                                             word_vectors<Pairs>& v) noexcept
 {
 #pragma GCC unroll 4
     for (std::size_t n = 0; n < Pairs; ++n) {
@@ -58,8 +49,8 @@ template <std::size_t Pairs>
 }
 
 template <std::size_t Pairs>
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline void join(const word_vectors<Pairs>& v,
-                                                                         std::uint64_t* x) noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline void join(const word_vectors<Pairs>& v,
+                                                                            std::uint64_t* x) noexcept
 {
 #pragma GCC unroll 4
     for (std::size_t n = 0; n < Pairs; ++n) {
@@ -68,13 +59,14 @@ template <std::size_t Pairs>
     }
 }
 
-[[gnu::always_inline, gnu::target(KESTRIM_TARGET_RC5)]] inline __m512i broadcast(std::uint32_t word) noexcept
+[[gnu::always_inline, gnu::target(KESTRIM_TARGET_AVX512)]] inline __m512i broadcast(std::uint32_t word) noexcept
 {
     return _mm512_set1_epi32(int(word));
 }
 
 template <std::size_t Pairs>
-[[gnu::target(KESTRIM_TARGET_RC5)]] void encrypt(const std::uint32_t (&s)[rc5_core::subkeys], std::uint64_t* x) noexcept
+[[gnu::target(KESTRIM_TARGET_AVX512)]] void encrypt(const std::uint32_t (&s)[rc5_core::subkeys],
+                                                    std::uint64_t* x) noexcept
 {
     word_vectors<Pairs> v;
     split(x, v);
@@ -96,7 +88,8 @@ template <std::size_t Pairs>
 }
 
 template <std::size_t Pairs>
-[[gnu::target(KESTRIM_TARGET_RC5)]] void decrypt(const std::uint32_t (&s)[rc5_core::subkeys], std::uint64_t* x) noexcept
+[[gnu::target(KESTRIM_TARGET_AVX512)]] void decrypt(const std::uint32_t (&s)[rc5_core::subkeys],
+                                                    std::uint64_t* x) noexcept
 {
     word_vectors<Pairs> v;
     split(x, v);
@@ -117,10 +110,7 @@ template <std::size_t Pairs>
     join(v, x);
 }
 
-struct rc5_avx512_core {
-    using key = ZRC_RC5_KEY;
-    static constexpr std::endian order = rc5_core::order;
-
+struct rc5_avx512_core : rc5_core {
     template <bool Backwards, std::size_t N>
     [[gnu::always_inline]] static void transform(const key& schedule, std::array<std::uint64_t, N>& x) noexcept
     {

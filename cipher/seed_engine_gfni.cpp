@@ -7,13 +7,12 @@
 // of basis, the inversion, and one affine map for each box that also changes the basis back.
 
 #include "cipher/lanes_avx512.hpp"
+#include "cipher/padded_group.hpp"
 #include "cipher/portable_blocks.hpp"
 #include "cipher/seed_engine.hpp"
 #include "cipher/seed_tables.hpp"
-#include "core/secret.hpp"
 
 #include <bit>
-#include <cstring>
 
 #define KESTRIM_TARGET_SEED "gfni,avx512vbmi," KESTRIM_TARGET_LANES
 
@@ -240,8 +239,6 @@ constexpr std::size_t kBlockBytes = 16, kGroupBlocks = 16;
 
 template <block_mode Mode>
 struct parallel {
-    static constexpr bool chained = Mode == block_mode::cbc_decrypt || Mode == block_mode::cfb_decrypt;
-
     template <std::size_t Groups>
     [[gnu::target(KESTRIM_TARGET_SEED)]] static void groups(const ZRC_SEED_KEY& key, std::uint8_t* chain,
                                                             const std::uint8_t* in, std::uint8_t* out) noexcept
@@ -256,24 +253,6 @@ struct parallel {
         lanes_avx512<Mode>::store(chain, in, out, x);
     }
 
-    // Fewer blocks than a group has, among others that do not matter.
-    static void part(const ZRC_SEED_KEY& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
-                     std::size_t blocks) noexcept
-    {
-        secret_array<std::uint8_t, kBlockBytes * kGroupBlocks> buffer;
-        secret_array<std::uint8_t, kBlockBytes> start;
-        std::memset(buffer.data(), 0, sizeof buffer);
-        std::memcpy(buffer.data(), in, kBlockBytes * blocks);
-        if constexpr (chained || Mode == block_mode::ctr) std::memcpy(start.data(), chain, kBlockBytes);
-        if constexpr (chained) std::memcpy(chain, in + kBlockBytes * (blocks - 1), kBlockBytes);
-        groups<1>(key, start.data(), buffer.data(), buffer.data());
-        std::memcpy(out, buffer.data(), kBlockBytes * blocks);
-        if constexpr (Mode == block_mode::ctr) {
-            for (std::size_t i = 0; i < blocks; ++i)
-                increment_counter<kBlockBytes>(chain);
-        }
-    }
-
     static void run(const ZRC_SEED_KEY& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
                     std::size_t blocks) noexcept
     {
@@ -286,8 +265,10 @@ struct parallel {
             groups<4>(key, chain, in, out);
         for (; blocks >= kGroupBlocks; advance(kGroupBlocks))
             groups<1>(key, chain, in, out);
-        if (blocks > 1) return part(key, chain, in, out, blocks);
-        seed_blocks_portable(key, Mode, chain, in, out, blocks);
+        if (blocks < 2) return seed_blocks_portable(key, Mode, chain, in, out, blocks);
+        run_padded_group<Mode, kGroupBlocks>(chain, in, out, blocks, [&key](std::uint8_t* first, std::uint8_t* data) {
+            groups<1>(key, first, data, data);
+        });
     }
 };
 
@@ -297,22 +278,13 @@ void seed_blocks_gfni(const ZRC_SEED_KEY& key, block_mode mode, std::uint8_t* ch
                       std::uint8_t* out, std::size_t blocks) noexcept
 {
     if (!is_sound(key)) return;
-    switch (mode) {
-    case block_mode::ecb_encrypt:
-        return parallel<block_mode::ecb_encrypt>::run(key, chain, in, out, blocks);
-    case block_mode::ecb_decrypt:
-        return parallel<block_mode::ecb_decrypt>::run(key, chain, in, out, blocks);
-    case block_mode::cbc_decrypt:
-        return parallel<block_mode::cbc_decrypt>::run(key, chain, in, out, blocks);
-    case block_mode::cfb_decrypt:
-        return parallel<block_mode::cfb_decrypt>::run(key, chain, in, out, blocks);
-    case block_mode::ctr:
-        return parallel<block_mode::ctr>::run(key, chain, in, out, blocks);
-    case block_mode::cbc_encrypt:
-    case block_mode::cfb_encrypt:
-    case block_mode::ofb:
-        return seed_blocks_portable(key, mode, chain, in, out, blocks);
-    }
+    with_mode(mode, [&]<block_mode Mode>() {
+        if constexpr (is_parallel(Mode)) {
+            parallel<Mode>::run(key, chain, in, out, blocks);
+        } else {
+            seed_blocks_portable(key, Mode, chain, in, out, blocks);
+        }
+    });
 }
 
 } // namespace zrc

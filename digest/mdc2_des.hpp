@@ -5,6 +5,7 @@
 // which is in the nature of DES in software: it does not run in constant time.
 #pragma once
 
+#include "cipher/des_permutations.hpp"
 #include "core/bytes.hpp"
 #include "digest/mdc2_des_tables.hpp"
 #include "kestrim/mdc2.h"
@@ -21,44 +22,17 @@ namespace zrc::mdc2_des {
 // A block behind the initial permutation. Its bytes, from the left, are columns of the 8 x 8 bits of the block in
 // bytes: 2, 4, 6, 8 in `left` and 1, 3, 5, 7 in `right`; within a column, the bit of the last byte of the block
 // comes first.
-struct permuted_block {
-    std::uint32_t left;
-    std::uint32_t right;
-};
-
-// Exchanges the bits of `b` under `mask` with those of `a` that stand `shift` places higher.
-constexpr void exchange_bits(auto& a, auto& b, int shift, auto mask) noexcept
-{
-    const auto differing = ((a >> shift) ^ b) & mask;
-    b ^= differing;
-    a ^= differing << shift;
-}
-
-constexpr permuted_block initial_permutation(std::uint32_t left, std::uint32_t right) noexcept
-{
-    exchange_bits(left, right, 4, 0x0F0F0F0FU);
-    exchange_bits(left, right, 16, 0x0000FFFFU);
-    exchange_bits(right, left, 2, 0x33333333U);
-    exchange_bits(right, left, 8, 0x00FF00FFU);
-    exchange_bits(left, right, 1, 0x55555555U);
-    return {left, right};
-}
+using permuted_block = des::halves;
+using des::exchange_bits;
 
 inline permuted_block load_permuted(const std::uint8_t* bytes) noexcept
 {
-    return initial_permutation(load_be32(bytes), load_be32(bytes + 4));
+    return des::initial_permutation(load_be64(bytes));
 }
 
-// The exchanges of the initial permutation, last one first.
 inline void store_unpermuted(std::uint8_t* bytes, permuted_block block) noexcept
 {
-    exchange_bits(block.left, block.right, 1, 0x55555555U);
-    exchange_bits(block.right, block.left, 8, 0x00FF00FFU);
-    exchange_bits(block.right, block.left, 2, 0x33333333U);
-    exchange_bits(block.left, block.right, 16, 0x0000FFFFU);
-    exchange_bits(block.left, block.right, 4, 0x0F0F0F0FU);
-    store_be32(bytes, block.left);
-    store_be32(bytes + 4, block.right);
+    store_be64(bytes, des::final_permutation(block));
 }
 
 // The key registers of 28 bits that PC-1 fills.
