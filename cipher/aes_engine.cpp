@@ -1,12 +1,17 @@
-// AES (FIPS 197) with tables: key expansion, single blocks and the portable kernel. Look-ups depend on key and data, so
-// this code does not run in constant time; the kernels with AES instructions do.
+// AES (FIPS 197) with tables: key expansion, single blocks and the portable kernel. Look-ups depend on key and data,
+// so this code does not run in constant time; schedules and kernels with AES instructions do.
 #include "cipher/aes_engine.hpp"
 
+#include "cipher/aes_schedule.hpp"
 #include "cipher/aes_tables.hpp"
 #include "cipher/portable_blocks.hpp"
 #include "core/bytes.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
+
+#if KESTRIM_X86_64_KERNELS
+#include "cipher/aes_schedule_aes_ni.hpp"
+#endif
 
 #include <algorithm>
 #include <array>
@@ -55,6 +60,23 @@ void expand(const std::uint8_t* key, std::size_t key_words, ZRC_AES_KEY& schedul
         }
         w[i] = w[i - key_words] ^ word;
     }
+}
+
+// FIPS 197, 5.3.5: round keys in reverse order, InvMixColumns on all but the outer two.
+void to_decryption(ZRC_AES_KEY& schedule) noexcept
+{
+    std::uint32_t* const w = schedule.round_key;
+    const std::size_t last = std::size_t{4} * schedule.rounds;
+    for (std::size_t front = 0, back = last; front < back; front += 4, back -= 4)
+        std::swap_ranges(w + front, w + front + 4, w + back);
+    std::transform(w + 4, w + last, w + 4, inverse_mix_column);
+}
+
+void make_schedule_portable(const std::uint8_t* key, std::size_t key_words, bool decryption,
+                            ZRC_AES_KEY& schedule) noexcept
+{
+    expand(key, key_words, schedule);
+    if (decryption) to_decryption(schedule);
 }
 
 using state = std::array<std::uint32_t, 4>;
@@ -138,30 +160,42 @@ constexpr kernel<blocks_fn<ZRC_AES_KEY>> kKernels[] = {
     {"portable", cpu_feature::none, aes_blocks_portable},
 };
 
+constexpr kernel<aes_schedule_fn> kSchedules[] = {
+#if KESTRIM_X86_64_KERNELS
+    {"aes-ni", cpu_feature::aes_ni, aes_ni::make_schedule},
+#endif
+    {"portable", cpu_feature::none, make_schedule_portable},
+};
+
 } // namespace
 
 constinit kernel_choice<blocks_fn<ZRC_AES_KEY>> aes_kernels{kKernels};
+constinit kernel_choice<aes_schedule_fn> aes_schedules{kSchedules};
+
+namespace {
+
+std::uint32_t init_key(const std::uint8_t* key, std::uint32_t key_length, bool decryption,
+                       ZRC_AES_KEY* schedule) noexcept
+{
+    if (!key || !schedule || (key_length != 16 && key_length != 24 && key_length != 32)) {
+        return code(ZRC_L_AES_INTERFACE, ZRC_F_INIT_AES_KEY, ZRC_ERR_INVALID_INPUT);
+    }
+    aes_schedules.get()(key, key_length / 4, decryption, *schedule);
+    return 0;
+}
+
+} // namespace
 
 } // namespace zrc
 
 std::uint32_t zrc_Init_Encrypt_AES_Key(const std::uint8_t* key, std::uint32_t key_length, ZRC_AES_KEY* schedule)
 {
-    if (!key || !schedule || (key_length != 16 && key_length != 24 && key_length != 32)) {
-        return zrc::code(ZRC_L_AES_INTERFACE, ZRC_F_INIT_AES_KEY, ZRC_ERR_INVALID_INPUT);
-    }
-    zrc::expand(key, key_length / 4, *schedule);
-    return 0;
+    return zrc::init_key(key, key_length, false, schedule);
 }
 
 std::uint32_t zrc_Init_Decrypt_AES_Key(const std::uint8_t* key, std::uint32_t key_length, ZRC_AES_KEY* schedule)
 {
-    if (const std::uint32_t failed = zrc_Init_Encrypt_AES_Key(key, key_length, schedule)) return failed;
-    std::uint32_t* const w = schedule->round_key;
-    const std::size_t last = 4 * schedule->rounds;
-    for (std::size_t front = 0, back = last; front < back; front += 4, back -= 4)
-        std::swap_ranges(w + front, w + front + 4, w + back);
-    std::transform(w + 4, w + last, w + 4, zrc::inverse_mix_column);
-    return 0;
+    return zrc::init_key(key, key_length, true, schedule);
 }
 
 void zrc_AES_Encrypt_Block(const std::uint8_t* in, std::uint8_t* out, const ZRC_AES_KEY* schedule)

@@ -11,6 +11,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <span>
 
 namespace zrc {
 namespace {
@@ -127,15 +130,17 @@ void crypt(const std::uint32_t* round_keys, std::uint32_t rounds, const std::uin
     }
 }
 
-// Rotates 128 bits to the right.
-state rotate_right(const state& x, unsigned bits) noexcept
+// Four words at once, for which most processors have vectors. Not passed by value: where there are none, GCC warns.
+using four_words [[gnu::vector_size(16)]] = std::uint32_t;
+
+// Rotates 128 bits, most significant word first, to the right by no multiple of 32.
+template <int Bits>
+[[gnu::always_inline]] inline void rotate_right(four_words& x) noexcept
 {
-    state result;
-    for (std::size_t i = 0; i < 4; ++i) {
-        const std::size_t low = (i + 4 - bits / 32) % 4, high = (low + 3) % 4;
-        result.w[i] = x.w[low] >> bits % 32 | x.w[high] << (32 - bits % 32);
-    }
-    return result;
+    constexpr int kLow = 4 - Bits / 32, kHigh = kLow + 3; // places of the words that make up word 0
+    const four_words low = __builtin_shufflevector(x, x, kLow % 4, (kLow + 1) % 4, (kLow + 2) % 4, (kLow + 3) % 4);
+    const four_words high = __builtin_shufflevector(x, x, kHigh % 4, (kHigh + 1) % 4, (kHigh + 2) % 4, (kHigh + 3) % 4);
+    x = low >> Bits % 32 | high << (32 - Bits % 32);
 }
 
 constexpr std::uint32_t rounds_for(std::uint32_t key_bits) noexcept
@@ -143,25 +148,42 @@ constexpr std::uint32_t rounds_for(std::uint32_t key_bits) noexcept
     return key_bits == 128 || key_bits == 192 || key_bits == 256 ? key_bits / 32 + 8 : 0;
 }
 
-// RFC 5794, section 2.2.
+// Four round keys of one rotation, or the first `Count` of them.
+template <int Bits, std::size_t Count = 4>
+[[gnu::always_inline]] inline void store_round_keys(std::span<const state, 4> w, std::uint32_t* round_keys) noexcept
+{
+    for (std::size_t i = 0; i < Count; ++i) {
+        four_words unchanged, rotated;
+        std::memcpy(&unchanged, w[i].w, sizeof unchanged);
+        std::memcpy(&rotated, w[(i + 1) % 4].w, sizeof rotated);
+        rotate_right<Bits>(rotated);
+        rotated ^= unchanged;
+        std::memcpy(round_keys + 4 * i, &rotated, sizeof rotated);
+    }
+}
+
+// RFC 5794, section 2.2. All of the key is read before the first round key is written.
 void expand_key(const std::uint8_t* key, std::uint32_t key_bits, std::uint32_t* round_keys) noexcept
 {
-    constexpr unsigned kRotations[]{19, 31, 67, 97, 109}; // to the right, none a multiple of 32
-
-    secret_array<std::uint8_t, 32> padded;
-    std::fill_n(padded.data(), 32, std::uint8_t{0});
-    std::copy_n(key, key_bits / 8, padded.data());
-
     const std::uint32_t first = key_bits / 64 - 2; // the order of the constants starts with CK1, CK2 or CK3
     const auto constant = [first](std::uint32_t i) { return state::load(KRK[(first + i) % 3]); };
+    state right{}; // what the key has behind its first 128 bits
+    if (key_bits >= 192) right = {{load_be32(key + 16), load_be32(key + 20), 0, 0}};
+    if (key_bits >= 256) right = state::load(key + 16);
+
     secret_array<state, 4> w;
-    w[0] = state::load(padded.data());
-    w[1] = round<layer::odd>(w[0] ^ constant(0)) ^ state::load(padded.data() + 16);
+    w[0] = state::load(key);
+    w[1] = round<layer::odd>(w[0] ^ constant(0)) ^ right;
     w[2] = round<layer::even>(w[1] ^ constant(1)) ^ w[0];
     w[3] = round<layer::odd>(w[2] ^ constant(2)) ^ w[1];
 
-    for (std::size_t i = 0; i <= rounds_for(key_bits); ++i)
-        (w[i % 4] ^ rotate_right(w[(i + 1) % 4], kRotations[i / 4])).store(round_keys + 4 * i);
+    store_round_keys<19>(w.span(), round_keys);
+    store_round_keys<31>(w.span(), round_keys + 16);
+    store_round_keys<67>(w.span(), round_keys + 32);
+    if (key_bits == 128) return store_round_keys<97, 1>(w.span(), round_keys + 48);
+    if (key_bits == 192) return store_round_keys<97, 3>(w.span(), round_keys + 48);
+    store_round_keys<97>(w.span(), round_keys + 48);
+    store_round_keys<109, 1>(w.span(), round_keys + 64);
 }
 
 // Turns round keys of one direction into those of the other.
@@ -179,11 +201,10 @@ std::uint32_t init_key(const std::uint8_t* key, std::uint32_t key_length, ZRC_AR
     const bool fits = key_length == 16 || key_length == 24 || key_length == 32;
     if (!key || !schedule || !fits) return code(ZRC_L_ARIA_INTERFACE, ZRC_F_INIT_ARIA_KEY, ZRC_ERR_INVALID_INPUT);
 
-    // The key may lie in the schedule that is about to be cleared.
-    secret_array<std::uint8_t, 32> copy;
-    std::copy_n(key, key_length, copy.data());
-    *schedule = {};
-    schedule->rounds = set_key(copy.data(), schedule->*half, key_length * 8);
+    // The key may lie in the schedule: what the round keys leave over is cleared behind them.
+    const std::uint32_t rounds = set_key(key, schedule->*half, key_length * 8);
+    std::fill(std::begin(schedule->*half) + 4 * (rounds + 1), std::end(schedule->*half), 0U);
+    schedule->rounds = rounds;
     return 0;
 }
 
@@ -191,18 +212,18 @@ std::uint32_t init_key(const std::uint8_t* key, std::uint32_t key_length, ZRC_AR
 
 void aria_cipher::encrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (aria_is_keyed(schedule)) crypt(schedule.encrypt, schedule.rounds, in, out);
+    if (is_keyed(schedule)) crypt(schedule.encrypt, schedule.rounds, in, out);
 }
 
 void aria_cipher::decrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (aria_is_keyed(schedule)) crypt(schedule.decrypt, schedule.rounds, in, out);
+    if (is_keyed(schedule)) crypt(schedule.decrypt, schedule.rounds, in, out);
 }
 
 void aria_forward_schedule(const ZRC_ARIA_KEY& decryption_only, ZRC_ARIA_KEY& out) noexcept
 {
     out = {};
-    if (!aria_is_keyed(decryption_only)) return;
+    if (!is_keyed(decryption_only)) return;
     out.rounds = decryption_only.rounds;
     reverse_round_keys(decryption_only.decrypt, out.encrypt, out.rounds);
 }
@@ -210,7 +231,7 @@ void aria_forward_schedule(const ZRC_ARIA_KEY& decryption_only, ZRC_ARIA_KEY& ou
 void aria_blocks_portable(const ZRC_ARIA_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                           std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (aria_is_keyed(key)) portable_modes<aria_cipher>::run(key, mode, chain, in, out, blocks);
+    if (is_keyed(key)) portable_modes<aria_cipher>::run(key, mode, chain, in, out, blocks);
 }
 
 namespace {

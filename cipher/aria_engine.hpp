@@ -16,7 +16,7 @@ namespace zrc {
 static_assert(sizeof(ZRC_ARIA_KEY) == 548);
 
 // Nothing is done with a schedule that is not keyed.
-constexpr bool aria_is_keyed(const ZRC_ARIA_KEY& key) noexcept
+constexpr bool is_keyed(const ZRC_ARIA_KEY& key) noexcept
 {
     return key.rounds == 12 || key.rounds == 14 || key.rounds == 16;
 }

@@ -224,7 +224,7 @@ constexpr std::size_t kFewBlocks = 5; // up to here the portable code is faster 
 void aria_blocks_aes_ni(const ZRC_ARIA_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                         std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (!aria_is_keyed(key)) return;
+    if (!is_keyed(key)) return;
     if (!is_parallel(mode) || blocks <= kFewBlocks) return aria_blocks_portable(key, mode, chain, in, out, blocks);
 
     secret<sliced_keys> keys;

@@ -489,7 +489,7 @@ constexpr std::size_t kFewBlocks = 4; // up to here, blocks one by one are faste
 void aria_blocks_gfni(const ZRC_ARIA_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                       std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (!aria_is_keyed(key)) return;
+    if (!is_keyed(key)) return;
     const std::uint32_t* const round_keys = uses_decryption(mode) ? key.decrypt : key.encrypt;
 
     if (!is_parallel(mode) || blocks <= kFewBlocks) {

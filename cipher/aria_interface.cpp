@@ -7,10 +7,13 @@
 namespace zrc {
 namespace {
 
-// A unit that deciphers CFB128 has the decryption half of the schedule only; CFB needs the other.
-bool lacks_forward_schedule(const ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
+// A unit keyed to decipher CFB128 has the decryption half of the schedule only; CFB needs the other. A half that was
+// never written is zero, which the first round key of a keyed one is for one key in 2^128 (and its derived form is then
+// the same).
+bool lacks_forward_schedule(const ZRC_BLOCK_CIPHER_UNIT& unit, const ZRC_ARIA_KEY& schedule) noexcept
 {
-    return unit.mode == ZRC_MODE_CFB128 && unit.encrypt == 0;
+    const std::uint32_t* first = schedule.encrypt;
+    return unit.mode == ZRC_MODE_CFB128 && (first[0] | first[1] | first[2] | first[3]) == 0;
 }
 
 struct aria_interface {
@@ -20,11 +23,13 @@ struct aria_interface {
     static constexpr mode_functions functions{ZRC_F_DO_ARIA_ECB, ZRC_F_DO_ARIA_CBC, ZRC_F_DO_ARIA_CFB,
                                               ZRC_F_DO_ARIA_OFB, ZRC_F_DO_ARIA_CTR};
 
+    static bool is_keyed(const key& schedule) noexcept { return zrc::is_keyed(schedule); }
+
     static void run(const ZRC_BLOCK_CIPHER_UNIT& unit, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                     std::uint8_t* out, std::size_t blocks) noexcept
     {
         const key& schedule = *schedule_of<key>(&unit);
-        if (uses_decryption(mode) || !lacks_forward_schedule(unit)) {
+        if (uses_decryption(mode) || !lacks_forward_schedule(unit, schedule)) {
             return aria_kernels.get()(schedule, mode, chain, in, out, blocks);
         }
         secret<key> forward;

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace zrc {
 namespace {
@@ -40,8 +41,8 @@ struct block_cipher {
     const char* name;
     std::uint32_t key_length;
     const binding* bound;
-    bool approved; // may be used in proven mode
-    std::uint32_t rc2_key_bits;
+    bool approved;              // may be used in proven mode
+    std::uint32_t rc2_key_bits; // 0 for RC2: 128
 };
 
 constexpr binding kAes{
@@ -84,7 +85,7 @@ constexpr block_cipher kCiphers[] = {
     {ZRC_SEED_256, "SEED_256", 32, &kSeed, false, 0},
     {ZRC_RC5, "ZRC_RC5", 16, &kRc5, false, 0},
     {ZRC_BLOWFISH, "BlowFish", 16, &kBlowfish, false, 0},
-    {ZRC_RC2_128, "ZRC_RC2_128", 16, &kRc2, false, 128},
+    {ZRC_RC2_128, "ZRC_RC2_128", 16, &kRc2, false, 0},
     {ZRC_RC2_40, "ZRC_RC2_40", 5, &kRc2, false, 40},
     {ZRC_RC2_64, "ZRC_RC2_64", 8, &kRc2, false, 64},
     {ZRC_LEA_128, "LEA_128", 16, &kLea, false, 0},
@@ -108,11 +109,27 @@ constexpr std::uint32_t kCipherBits = 0xFFFFFF00;
 constexpr std::uint32_t kModeBits = 0xFE;
 constexpr std::uint32_t kLongestBlock = 16;
 
+// The highest byte of an identifier is the family, 1 to kFamilies; a family's ciphers stand together, in that order.
+constexpr std::uint32_t kFamilies = 8;
+
+// Place of the first cipher of each family, and behind the last one.
+constexpr auto kFirstOfFamily = [] {
+    std::array<std::uint8_t, kFamilies + 2> first{};
+    for (std::size_t family = 0; family < first.size(); ++family)
+        for (const block_cipher& c : kCiphers)
+            first[family] = std::uint8_t(first[family] + (c.id >> 24 < family ? 1 : 0));
+    return first;
+}();
+static_assert(std::is_sorted(std::begin(kCiphers), std::end(kCiphers),
+                             [](const auto& a, const auto& b) { return a.id >> 24 < b.id >> 24; }));
+
 const block_cipher* find_cipher(std::uint32_t id) noexcept
 {
-    const auto* end = std::end(kCiphers);
-    const auto* found =
-        std::find_if(std::begin(kCiphers), end, [id](const auto& c) { return c.id == (id & kCipherBits); });
+    const std::uint32_t family = id >> 24;
+    if (family > kFamilies) return nullptr;
+    const auto* end = kCiphers + kFirstOfFamily[family + 1];
+    const auto* found = std::find_if(kCiphers + kFirstOfFamily[family], end,
+                                     [id](const auto& c) { return c.id == (id & kCipherBits); });
     return found == end ? nullptr : found;
 }
 
@@ -225,7 +242,7 @@ update_plan plan_update(const ZRC_BLOCK_CIPHER_UNIT& unit, std::size_t length, b
 }
 
 // Runs the mode over the whole blocks of a plan, `bytes` of which are still to come, from the buffer first. Returns the
-// input behind them.
+// input behind them; null when the mode function refuses the unit, which its first call does or none.
 const std::uint8_t* run_blocks(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, const std::uint8_t* in,
                                std::size_t bytes) noexcept
 {
@@ -233,26 +250,27 @@ const std::uint8_t* run_blocks(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, c
     if (unit.buffer_count != 0) {
         const std::size_t taken = unit.block_length - unit.buffer_count;
         std::memcpy(unit.buffer + unit.buffer_count, in, taken);
+        if (unit.mode_fn(&unit, out, unit.buffer, std::int32_t(unit.block_length)) != 0) return nullptr;
         unit.buffer_count = 0;
-        unit.mode_fn(&unit, out, unit.buffer, std::int32_t(unit.block_length));
         wipe(unit.buffer, sizeof unit.buffer);
         in += taken;
         out += unit.block_length;
         bytes -= unit.block_length;
     }
-    if (bytes != 0) unit.mode_fn(&unit, out, in, std::int32_t(bytes));
+    if (bytes != 0 && unit.mode_fn(&unit, out, in, std::int32_t(bytes)) != 0) return nullptr;
     return in + bytes;
 }
 
-// The update of both directions. False when the arguments do not allow it; nothing has changed then.
+// The update of both directions. False when the arguments do not allow it or the mode function refuses the unit; nothing is
+// lost then.
 bool update(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_length, const std::uint8_t* in,
             std::size_t length, bool holds_back) noexcept
 {
     const update_plan plan = plan_update(unit, length, holds_back);
-    if (plan.whole > INT32_MAX) return false;
+    if (plan.whole > INT32_MAX || plan.written() > INT32_MAX) return false;
     const bool in_step = unit.buffer_count == 0 && plan.held_out == 0;
-    if (!in || (!out && plan.written() != 0)) return false;
-    if (out && loses_input(out, plan.written(), in, length, in_step)) return false;
+    if (!in) return false;
+    if (plan.written() != 0 && (!out || loses_input(out, plan.written(), in, length, in_step))) return false;
 
     if (plan.held_out != 0) {
         std::memcpy(out, unit.held_block, plan.held_out);
@@ -260,37 +278,36 @@ bool update(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_le
     }
     const std::size_t straight = plan.whole - plan.held_back;
     in = run_blocks(unit, out, in, straight);
-    if (plan.held_back != 0) in = run_blocks(unit, unit.held_block, in, plan.held_back);
+    if (in && plan.held_back != 0) in = run_blocks(unit, unit.held_block, in, plan.held_back);
+    if (!in) return false;
     if (holds_back) unit.held = plan.held_back != 0 ? 1 : 0;
 
     const std::size_t buffered = plan.rest - unit.buffer_count;
-    std::memcpy(unit.buffer + unit.buffer_count, in, buffered);
+    if (buffered != 0) std::memcpy(unit.buffer + unit.buffer_count, in, buffered);
     unit.buffer_count = std::uint32_t(plan.rest);
     out_length = std::int32_t(plan.written());
     return true;
 }
 
 // The last call of a stream mode: a whole block is processed, and only the bytes that were there go out.
-void flush_stream(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_length) noexcept
+bool flush_stream(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_length) noexcept
 {
-    if (unit.buffer_count == 0) return;
+    if (unit.buffer_count == 0) return true;
     secret_array<std::uint8_t, kLongestBlock> block;
-    unit.mode_fn(&unit, block.data(), unit.buffer, std::int32_t(unit.block_length));
+    if (unit.mode_fn(&unit, block.data(), unit.buffer, std::int32_t(unit.block_length)) != 0) return false;
     std::memcpy(out, block.data(), unit.buffer_count);
     out_length = std::int32_t(unit.buffer_count);
+    return true;
 }
 
 bool finish_encryption(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_length) noexcept
 {
-    if (!pads_blocks(unit.mode)) {
-        flush_stream(unit, out, out_length);
-        return true;
-    }
+    if (!pads_blocks(unit.mode)) return flush_stream(unit, out, out_length);
     if (unit.no_padding != 0) return unit.buffer_count == 0;
 
     const std::uint32_t padding = unit.block_length - unit.buffer_count;
     std::memset(unit.buffer + unit.buffer_count, int(padding), padding);
-    unit.mode_fn(&unit, out, unit.buffer, std::int32_t(unit.block_length));
+    if (unit.mode_fn(&unit, out, unit.buffer, std::int32_t(unit.block_length)) != 0) return false;
     out_length = std::int32_t(unit.block_length);
     return true;
 }
@@ -311,9 +328,8 @@ std::uint32_t padding_of(const std::uint8_t* block, std::uint32_t block_length) 
 bool finish_decryption(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int32_t& out_length) noexcept
 {
     if (!pads_blocks(unit.mode)) {
-        if (unit.no_padding == 0) return false; // stream modes are decrypted with the flag only
-        flush_stream(unit, out, out_length);
-        return true;
+        // Stream modes are decrypted with the flag only.
+        return unit.no_padding != 0 && flush_stream(unit, out, out_length);
     }
     if (unit.no_padding != 0) return unit.buffer_count == 0;
 
@@ -323,6 +339,53 @@ bool finish_decryption(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint8_t* out, std::int3
     out_length = std::int32_t(unit.block_length - padding);
     std::memcpy(out, unit.held_block, std::size_t(out_length));
     return true;
+}
+
+// The schedule taken out of a used unit. Wiped, it becomes that of the next cipher, if it is as long; otherwise it is
+// released when its scope ends.
+class spare_schedule {
+public:
+    explicit spare_schedule(ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
+    {
+        if (unit.initialized != kInitialized) return;
+        memory_ = std::exchange(unit.key_schedule, nullptr);
+        length_ = unit.key_schedule_length;
+    }
+    ~spare_schedule() { ZRC_Free_Ex(memory_, length_); }
+    spare_schedule(const spare_schedule&) = delete;
+    spare_schedule& operator=(const spare_schedule&) = delete;
+
+    // False when it is not what the unit, bound anew, needs.
+    bool move_to(ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
+    {
+        if (!memory_ || length_ != unit.key_schedule_length) return false;
+        wipe(memory_, length_);
+        unit.key_schedule = std::exchange(memory_, nullptr);
+        return true;
+    }
+
+private:
+    void* memory_ = nullptr;
+    std::uint32_t length_ = 0;
+};
+
+// What zrc_Init_Block_Alg does behind its test of the argument and the gate.
+std::uint32_t bind_algorithm(ZRC_BLOCK_CIPHER_UNIT& unit, std::uint32_t id) noexcept
+{
+    const auto fail = [](std::uint32_t reason) { return code(ZRC_L_BLOCK_CIPHER, ZRC_F_INIT_ALGORITHM, reason); };
+
+    const block_cipher* cipher = find_cipher(id);
+    const std::uint32_t mode = id & kModeBits;
+    if (!cipher || is_segmented(mode)) return fail(ZRC_ERR_INVALID_ALGORITHM_ID);
+
+    unit.algorithm_id = cipher->id;
+    if (!cipher->approved && unit.proven != 0) return fail(ZRC_ERR_NOT_PROVEN_ALGORITHM);
+    if (cipher->bound == &kRc2 && mode == ZRC_MODE_CTR) return 1; // no such mode; the bare 1 is documented
+    const binding* bound = binding_for(*cipher, mode);
+    if (!bound) return fail(ZRC_ERR_INVALID_ALGORITHM_ID);
+    bind(unit, *cipher, *bound, mode);
+    unit.rc2_key_bits = cipher->rc2_key_bits;
+    return 0;
 }
 
 // Ready for another message under the same key and IV.
@@ -335,7 +398,27 @@ void start_again(ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
     std::memcpy(unit.iv, unit.initial_iv, sizeof unit.iv);
 }
 
+// False when a padded message of `length` bytes would have more bytes than a length can say.
+bool output_fits(const ZRC_BLOCK_CIPHER_UNIT& unit, std::int32_t length) noexcept
+{
+    const bool padded = unit.encrypt != 0 && unit.no_padding == 0 && pads_blocks(unit.mode);
+    return !padded || length <= std::int32_t(INT32_MAX - unit.block_length);
+}
+
 } // namespace
+
+message_result process_message(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* in, std::int32_t length,
+                               std::uint8_t* out, std::int32_t* out_length) noexcept
+{
+    std::int32_t updated = 0, rest = 0;
+    if (!out_length || !output_fits(unit, length)) return message_result::update_failed;
+    if (ZRC_Update_BLOCK_CIPHER(&unit, out, &updated, in, length) != 0) return message_result::update_failed;
+    std::uint8_t* const behind = out ? out + updated : nullptr;
+    if (ZRC_Final_BLOCK_CIPHER(&unit, behind, &rest) != 0) return message_result::final_failed;
+    *out_length = updated + rest;
+    return message_result::done;
+}
+
 } // namespace zrc
 
 ZRC_BLOCK_CIPHER_UNIT* ZRC_New_BLOCK_CIPHER_Unit()
@@ -373,14 +456,15 @@ std::uint32_t ZRC_Init_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint32_t i
     };
 
     if (!unit) return fail(ZRC_ERR_INVALID_INPUT);
+    zrc::spare_schedule spare{*unit};
     ZRC_Clean_BLOCK_CIPHER_Unit(unit);
     unit->initialized = zrc::kInitialized;
     unit->proven = ZRC_Is_Proven();
     if (const std::uint32_t failed = ZRC_Crypto_Initialize()) return failed;
-    if (zrc_Init_Block_Alg(unit, id) != 0) return fail(ZRC_ERR_INIT_FAILURE);
+    if (zrc::bind_algorithm(*unit, id) != 0) return fail(ZRC_ERR_INIT_FAILURE);
 
     unit->encrypt = encrypt;
-    if (!zrc::allocate_schedule(*unit)) return fail(ZRC_ERR_MALLOC);
+    if (!spare.move_to(*unit) && !zrc::allocate_schedule(*unit)) return fail(ZRC_ERR_MALLOC);
     unit->no_padding = std::uint8_t(id & ZRC_NO_PADDING);
     if (unit->mode == ZRC_MODE_CTR && unit->proven != 0) return fail(ZRC_ERR_NOT_PROVEN_ALGORITHM);
     if (unit->mode != ZRC_MODE_ECB && !iv) return fail(ZRC_ERR_NULL_IV_VALUE);
@@ -391,22 +475,15 @@ std::uint32_t ZRC_Init_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint32_t i
 
 std::uint32_t zrc_Init_Block_Alg(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint32_t id)
 {
-    const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_BLOCK_CIPHER, ZRC_F_INIT_ALGORITHM, reason); };
-
-    if (!unit) return fail(ZRC_ERR_INVALID_INPUT);
+    if (!unit) return zrc::code(ZRC_L_BLOCK_CIPHER, ZRC_F_INIT_ALGORITHM, ZRC_ERR_INVALID_INPUT);
     if (const std::uint32_t failed = ZRC_Crypto_Initialize()) return failed;
-    const zrc::block_cipher* cipher = zrc::find_cipher(id);
-    const std::uint32_t mode = id & zrc::kModeBits;
-    if (!cipher || zrc::is_segmented(mode)) return fail(ZRC_ERR_INVALID_ALGORITHM_ID);
-
-    unit->algorithm_id = cipher->id;
-    if (!cipher->approved && unit->proven != 0) return fail(ZRC_ERR_NOT_PROVEN_ALGORITHM);
-    if (cipher->bound == &zrc::kRc2 && mode == ZRC_MODE_CTR) return 1; // no such mode; the bare 1 is documented
-    const zrc::binding* bound = zrc::binding_for(*cipher, mode);
-    if (!bound) return fail(ZRC_ERR_INVALID_ALGORITHM_ID);
-    zrc::bind(*unit, *cipher, *bound, mode);
-    unit->rc2_key_bits = cipher->rc2_key_bits;
-    return 0;
+    const std::uint32_t length = unit->key_schedule_length;
+    const std::uint32_t result = zrc::bind_algorithm(*unit, id);
+    if (unit->initialized == zrc::kInitialized && unit->key_schedule_length != length) { // a used unit
+        ZRC_Free_Ex(unit->key_schedule, length);
+        unit->key_schedule = nullptr;
+    }
+    return result;
 }
 
 std::uint32_t ZRC_Update_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, std::int32_t* out_length,
@@ -444,15 +521,16 @@ std::uint32_t ZRC_BLOCK_CIPHER(std::uint32_t id, std::uint32_t encrypt, const st
     const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_BLOCK_CIPHER, ZRC_F_BLOCKCIPHER, reason); };
 
     const zrc::owned_block_cipher_unit unit{ZRC_New_BLOCK_CIPHER_Unit()};
-    std::int32_t updated = 0, rest = 0;
     if (!unit) return fail(ZRC_ERR_MEM_ALLOC);
     if (ZRC_Init_BLOCK_CIPHER(unit.get(), id, key, iv, encrypt) != 0) return fail(ZRC_ERR_INIT_BLOCKCIPHER_FAIL);
-    if (!out_length || ZRC_Update_BLOCK_CIPHER(unit.get(), out, &updated, in, length) != 0) {
+    switch (zrc::process_message(*unit, in, length, out, out_length)) {
+    case zrc::message_result::update_failed:
         return fail(ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL);
+    case zrc::message_result::final_failed:
+        return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
+    case zrc::message_result::done:
+        break;
     }
-    std::uint8_t* const behind = out ? out + updated : nullptr;
-    if (ZRC_Final_BLOCK_CIPHER(unit.get(), behind, &rest) != 0) return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
-    *out_length = updated + rest;
     return 0;
 }
 

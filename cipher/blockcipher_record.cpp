@@ -6,7 +6,11 @@
 #include "core/bytes.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
+#include "kestrim/aes.h"
+#include "kestrim/aria.h"
+#include "kestrim/lea.h"
 #include "kestrim/memory.h"
+#include "kestrim/seed.h"
 #include "kestrim/state.h"
 
 #include <cstddef>
@@ -47,6 +51,24 @@ void write_record(std::uint8_t* record, const ZRC_BLOCK_CIPHER_UNIT& unit) noexc
     record[kProven] = unit.proven;
 }
 
+// True when the schedule, whose last word is the number of rounds for these ciphers, has as many as the key length asks.
+bool rounds_fit(const std::uint8_t* record, const ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
+{
+    const std::uint32_t rounds = load_le32(record + kSchedule + unit.key_schedule_length - 4);
+    switch (unit.key_schedule_length) {
+    case sizeof(ZRC_AES_KEY):
+        return rounds == unit.key_length / 4 + 6;
+    case sizeof(ZRC_ARIA_KEY):
+        return rounds == unit.key_length / 4 + 8;
+    case sizeof(ZRC_SEED_KEY):
+        return rounds == unit.key_length / 2 + 8;
+    case sizeof(ZRC_LEA_KEY):
+        return rounds == unit.key_length / 2 + 16;
+    default:
+        return true;
+    }
+}
+
 // Everything but the schedule. `unit` is fresh; false leaves it in no particular state.
 bool read_fields(const std::uint8_t* record, ZRC_BLOCK_CIPHER_UNIT& unit) noexcept
 {
@@ -65,7 +87,7 @@ bool read_fields(const std::uint8_t* record, ZRC_BLOCK_CIPHER_UNIT& unit) noexce
         word(kCipherIndex) == std::uint32_t(cipher_index(id)) && word(kModeIndex) == std::uint32_t(mode_place(mode)) &&
         word(kScheduleLength) == unit.key_schedule_length && unit.key_schedule_length <= kMostSchedule &&
         word(kBlockMask) == unit.block_mask && word(kMarker) == std::uint32_t(kInitialized) && record[kNoPadding] <= 1;
-    if (!consistent) return false;
+    if (!consistent || !rounds_fit(record, unit)) return false;
 
     unit.no_padding = record[kNoPadding];
     unit.encrypt = word(kEncrypt);
@@ -130,14 +152,16 @@ std::uint32_t ZRC_DoFinal_Advanced_BLOCK_CIPHER(const std::uint8_t* record, std:
 
     if (!record || !out || !out_length) return fail(ZRC_ERR_NULL_INPUT);
     const zrc::owned_block_cipher_unit unit{ZRC_New_BLOCK_CIPHER_Unit()};
-    std::int32_t updated = 0, rest = 0;
     if (!unit || blockcipher_BinaryKey_to_Unit(record, record_length, unit.get()) != 0) {
         return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
     }
-    if (ZRC_Update_BLOCK_CIPHER(unit.get(), out, &updated, in, length) != 0) {
+    switch (zrc::process_message(*unit, in, length, out, out_length)) {
+    case zrc::message_result::update_failed:
         return fail(ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL);
+    case zrc::message_result::final_failed:
+        return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
+    case zrc::message_result::done:
+        break;
     }
-    if (ZRC_Final_BLOCK_CIPHER(unit.get(), out + updated, &rest) != 0) return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
-    *out_length = updated + rest;
     return 0;
 }

@@ -4,8 +4,13 @@
 #include "cipher/des_rounds.hpp"
 #include "cipher/des_tables.hpp"
 #include "cipher/interleaved_blocks.hpp"
+#include "core/bytes.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
+
+#include <array>
+#include <bit>
+#include <cstring>
 
 namespace zrc {
 namespace {
@@ -26,29 +31,97 @@ constexpr std::uint32_t spread(std::uint32_t upper, std::uint32_t lower) noexcep
            (lower >> 6 & 0x0000003F);
 }
 
-void expand_key(const std::uint8_t* key, ZRC_DES_KEY& schedule, std::uint16_t direction) noexcept
+// The key registers before the first rotation, the first bit highest.
+struct key_registers {
+    std::uint32_t c, d; // in the upper 28 bits
+};
+
+// Permuted choice 1 takes the key as a square of bits, a byte to a row and the last byte on top, column by column: C
+// gets columns 1 to 3 and half of column 4, D gets columns 7 to 5 and the other half. `key`: first byte lowest.
+constexpr key_registers permuted_choice_1(std::uint64_t key) noexcept
 {
-    secret_array<std::uint32_t, 2 * kRegisterBits> selected; // C and D, a word for each bit, all zeros or all ones
+    const auto transpose_step = [&key](int shift, std::uint64_t mask) {
+        const std::uint64_t differing = (key ^ (key >> shift)) & mask;
+        key ^= differing ^ differing << shift;
+    };
+    transpose_step(7, 0x00AA00AA00AA00AA);
+    transpose_step(14, 0x0000CCCC0000CCCC);
+    transpose_step(28, 0x00000000F0F0F0F0);
+
+    const auto low = std::uint32_t(key); // columns 5 to 8
+    return {std::uint32_t(key >> 32) & 0xFFFFFFF0,
+            (low & 0xFF00) << 16 | (low & 0xFF0000) | (low >> 16 & 0xFF00) | std::uint32_t(key >> 28 & 0xF0)};
+}
+
+consteval bool choice_follows_the_standard()
+{
     for (std::size_t i = 0; i < 2 * kRegisterBits; ++i) {
         const std::size_t bit = PChoice_1[i];
-        selected[i] = 0U - std::uint32_t{(key[bit / 8] & BitArray[bit % 8]) != 0};
+        const key_registers registers = permuted_choice_1(std::uint64_t{BitArray[bit % 8]} << (bit / 8 * 8));
+        const std::uint32_t expected = 0x80000000U >> (i % kRegisterBits);
+        if (registers.c != (i < kRegisterBits ? expected : 0)) return false;
+        if (registers.d != (i < kRegisterBits ? 0 : expected)) return false;
     }
+    return true;
+}
+static_assert(choice_follows_the_standard());
 
+// Half of every round key: the upper or the lower 16 bits of its two words, of the first word lowest. C reaches only
+// the upper halves (S1 to S4) and D only the lower (S5 to S8).
+using half_keys = std::array<std::uint32_t, des::kRounds>;
+
+// What each bit of a register sets in them.
+consteval std::array<half_keys, kRegisterBits> make_places(bool of_c)
+{
+    const std::size_t first_place = of_c ? 0 : kRegisterBits;
+    std::array<half_keys, kRegisterBits> all{};
     for (std::size_t round = 0; round < des::kRounds; ++round) {
-        // C reaches only the upper half of a round key (S1 to S4) and D only the lower (S5 to S8).
-        const auto half = [&](std::size_t first) {
-            std::uint32_t bits = 0;
-            for (std::size_t i = 0; i < bigbyte.size(); ++i) {
-                const std::size_t place = PChoice_2[bigbyte.size() * first + i] - kRegisterBits * first;
-                const std::size_t rotated = (place + LCShitSchedule[round]) % kRegisterBits;
-                bits |= bigbyte[i] & selected[kRegisterBits * first + rotated];
-            }
-            return bits;
-        };
-        const std::uint32_t upper = half(0), lower = half(1);
+        for (std::size_t i = 0; i < bigbyte.size(); ++i) {
+            const std::size_t place = PChoice_2[of_c ? i : bigbyte.size() + i] - first_place;
+            const std::uint32_t first = of_c ? spread(bigbyte[i], 0) >> 16 : spread(0, bigbyte[i]);
+            const std::uint32_t second = of_c ? spread(bigbyte[i] << 6, 0) >> 16 : spread(0, bigbyte[i] << 6);
+            all[(place + LCShitSchedule[round]) % kRegisterBits][round] |= first | second << 16;
+        }
+    }
+    return all;
+}
+alignas(64) constexpr auto kPlacesOfC = make_places(true), kPlacesOfD = make_places(false);
+
+// Looks at all places whatever the bits are. In registers meanwhile: most processors have vectors for four words.
+[[gnu::always_inline]] inline half_keys gather(std::uint32_t key_register,
+                                               const std::array<half_keys, kRegisterBits>& places) noexcept
+{
+    using four_words [[gnu::vector_size(16)]] = std::uint32_t;
+    using four_signed [[gnu::vector_size(16)]] = std::int32_t;
+    constexpr std::size_t kVectors = sizeof(half_keys) / sizeof(four_words);
+
+    std::array<four_words, kVectors> sums{};
+    four_words next{key_register, key_register, key_register, key_register};
+    for (const half_keys& of_bit : places) {
+        const auto set = four_words(four_signed(next) >> 31); // all ones or none
+        next += next;
+        side_by_side<kVectors>([&](std::size_t i) __attribute__((always_inline)) {
+            four_words four;
+            std::memcpy(&four, of_bit.data() + 4 * i, sizeof four);
+            sums[i] |= four & set;
+        });
+    }
+    half_keys halves;
+    std::memcpy(halves.data(), sums.data(), sizeof halves);
+    return halves;
+}
+
+void expand_key(const std::uint8_t* key, ZRC_DES_KEY& schedule, std::uint16_t direction) noexcept
+{
+    const key_registers registers = permuted_choice_1(load<std::uint64_t, std::endian::little>(key));
+    secret<half_keys> upper, lower;
+    *upper = gather(registers.c, kPlacesOfC);
+    *lower = gather(registers.d, kPlacesOfD);
+    for (std::size_t round = 0; round < des::kRounds; ++round) {
+        const std::uint32_t high = (*upper)[round], low = (*lower)[round];
         auto& round_key = schedule.round_key[direction == kEncryption ? round : des::kRounds - 1 - round];
-        round_key[0] = spread(upper, lower);
-        round_key[1] = spread(upper << 6, lower << 6);
+        round_key[0] = high << 16 | (low & 0xFFFF);
+        round_key[1] = (high & 0xFFFF0000) | low >> 16;
     }
 }
 

@@ -1,87 +1,105 @@
 // LEA (TTAK.KO-12.0223): key schedule and portable code. Additions, rotations and XOR only: constant-time.
 #include "cipher/lea_engine.hpp"
 
+#include "cipher/lea_schedule.hpp"
 #include "cipher/portable_blocks.hpp"
 #include "core/bytes.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
 
+#if KESTRIM_X86_64_KERNELS
+#include "cipher/lea_schedule_avx512.hpp"
+#endif
+
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
 
 namespace zrc {
 namespace {
 
-// A number of 288 bits, lowest word first: as much as the square root below needs.
-struct wide {
-    std::array<std::uint32_t, 9> word{};
-
-    constexpr wide shifted(unsigned bits, std::uint32_t low_bits) const noexcept
-    {
-        wide result;
-        std::uint32_t carry = low_bits;
-        for (std::size_t i = 0; i < word.size(); ++i) {
-            result.word[i] = word[i] << bits | carry;
-            carry = word[i] >> (32 - bits);
-        }
-        return result;
-    }
-
-    // Subtracts `other` when it is not larger.
-    constexpr bool subtract(const wide& other) noexcept
-    {
-        wide result;
-        std::uint64_t difference = 0;
-        for (std::size_t i = 0; i < word.size(); ++i) {
-            difference = std::uint64_t{word[i]} - other.word[i] - (difference >> 63);
-            result.word[i] = std::uint32_t(difference);
-        }
-        if (difference >> 63 != 0) return false;
-        *this = result;
-        return true;
-    }
-};
-
-// The first 256 bits behind the point of sqrt(766965), the number that the letters LEA make in ASCII, 76 69 65: the
-// root by hand, bit by bit.
-consteval std::array<std::uint32_t, 8> make_delta()
+// One round changes these words of the key `t`.
+template <std::size_t... Word>
+[[gnu::always_inline]] inline void change(auto& t, const std::uint32_t* addends) noexcept
 {
-    constexpr std::uint32_t kSquare = 766965, kRoot = 875;
-    static_assert(kRoot * kRoot < kSquare && kSquare < (kRoot + 1) * (kRoot + 1));
-
-    wide root, rest;
-    root.word[0] = kRoot;
-    rest.word[0] = kSquare - kRoot * kRoot;
-    for (int bit = 0; bit < 256; ++bit) {
-        rest = rest.shifted(2, 0);
-        root = root.shifted(1, rest.subtract(root.shifted(2, 1)) ? 1 : 0);
-    }
-    std::array<std::uint32_t, 8> delta;
-    std::reverse_copy(root.word.begin(), root.word.begin() + 8, delta.begin());
-    return delta;
+    std::size_t j = 0;
+    ((t[Word] = std::rotl(t[Word] + addends[j], lea::kRotations[j]), ++j), ...);
 }
-constexpr auto kDelta = make_delta();
-static_assert(kDelta[0] == 0xC3EFE9DB && kDelta[7] == 0xE5C40957);
+
+template <std::size_t... Word>
+[[gnu::always_inline]] inline void put(const auto& t, std::uint32_t* round_key) noexcept
+{
+    ((*round_key++ = t[Word]), ...);
+}
 
 // Section "key schedule" of the standard. Keys of 16 and 24 bytes have as many words as a round changes; those of 32
-// have eight words, of which each round changes the next six.
-void expand_key(std::span<std::uint32_t> words, ZRC_LEA_KEY& schedule) noexcept
+// have eight words, of which each round changes the next six: after four rounds it is the first words' turn again.
+[[gnu::always_inline]] inline void put_rounds(std::array<std::uint32_t, 4>& t, std::uint32_t* out) noexcept
 {
-    constexpr int kRotations[6]{1, 3, 6, 11, 13, 17};
-    constexpr std::size_t kOfFour[6]{0, 1, 2, 1, 3, 1}; // a key of four words fills six places
-
-    const std::size_t n = words.size(), step = std::min<std::size_t>(n, 6);
-    schedule = {};
-    schedule.rounds = std::uint32_t(16 + 2 * n);
-    for (std::size_t i = 0; i < schedule.rounds; ++i) {
-        const auto word = [&](std::size_t j) -> std::uint32_t& { return words[(n == 8 ? 6 * i + j : j) % n]; };
-        for (std::size_t j = 0; j < step; ++j)
-            word(j) = std::rotl(word(j) + std::rotl(kDelta[i % n], int(i + j)), kRotations[j]);
-        for (std::size_t j = 0; j < 6; ++j)
-            schedule.round_key[6 * i + j] = word(n == 4 ? kOfFour[j] : j);
+    for (std::size_t i = 0; i < lea::schedule_words(4); i += lea::kRoundKeyWords) {
+        change<0, 1, 2, 3>(t, lea::kAddends<4>.data() + i);
+        put<0, 1, 2, 1, 3, 1>(t, out + i);
     }
 }
+
+[[gnu::always_inline]] inline void put_rounds(std::array<std::uint32_t, 6>& t, std::uint32_t* out) noexcept
+{
+    for (std::size_t i = 0; i < lea::schedule_words(6); i += lea::kRoundKeyWords) {
+        change<0, 1, 2, 3, 4, 5>(t, lea::kAddends<6>.data() + i);
+        put<0, 1, 2, 3, 4, 5>(t, out + i);
+    }
+}
+
+[[gnu::always_inline]] inline void put_rounds(std::array<std::uint32_t, 8>& t, std::uint32_t* out) noexcept
+{
+    const std::uint32_t* addends = lea::kAddends<8>.data();
+    const auto next = [&]<std::size_t... Word>(std::index_sequence<Word...>) __attribute__((always_inline))
+    {
+        change<Word...>(t, addends);
+        put<Word...>(t, out);
+        addends += lea::kRoundKeyWords;
+        out += lea::kRoundKeyWords;
+    };
+    for (std::size_t i = 0; i < lea::rounds_for(8); i += 4) {
+        next(std::index_sequence<0, 1, 2, 3, 4, 5>{});
+        next(std::index_sequence<6, 7, 0, 1, 2, 3>{});
+        next(std::index_sequence<4, 5, 6, 7, 0, 1>{});
+        next(std::index_sequence<2, 3, 4, 5, 6, 7>{});
+    }
+}
+
+template <std::size_t N>
+void expand_key(const std::uint8_t* key, ZRC_LEA_KEY& schedule) noexcept
+{
+    secret<std::array<std::uint32_t, N>> t;
+    for (std::size_t i = 0; i < N; ++i)
+        (*t)[i] = load_le32(key + 4 * i);
+    put_rounds(*t, schedule.round_key);
+    std::fill(schedule.round_key + lea::schedule_words(N), std::end(schedule.round_key), 0U);
+    schedule.rounds = std::uint32_t(lea::rounds_for(N));
+}
+
+void make_schedule_portable(const std::uint8_t* key, std::size_t key_words, ZRC_LEA_KEY& schedule) noexcept
+{
+    switch (key_words) {
+    case 4:
+        return expand_key<4>(key, schedule);
+    case 6:
+        return expand_key<6>(key, schedule);
+    default:
+        return expand_key<8>(key, schedule);
+    }
+}
+
+constexpr kernel<lea_schedule_fn> kSchedules[] = {
+#if KESTRIM_X86_64_KERNELS
+    {"avx512", cpu_feature::avx512vl, lea_avx512::make_schedule},
+#endif
+    {"portable", cpu_feature::none, make_schedule_portable},
+};
 
 // The four words of a block.
 struct state {
@@ -188,7 +206,7 @@ constexpr kernel<blocks_fn<ZRC_LEA_KEY>> kKernels[]
 
 void lea_cipher::encrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (!lea_is_keyed(schedule)) return;
+    if (!is_keyed(schedule)) return;
     state x = state::load(in);
     encrypt_words(schedule, x);
     x.store(out);
@@ -196,7 +214,7 @@ void lea_cipher::encrypt(const key& schedule, const std::uint8_t* in, std::uint8
 
 void lea_cipher::decrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (!lea_is_keyed(schedule)) return;
+    if (!is_keyed(schedule)) return;
     state x = state::load(in);
     decrypt_words(schedule, x);
     x.store(out);
@@ -205,7 +223,7 @@ void lea_cipher::decrypt(const key& schedule, const std::uint8_t* in, std::uint8
 void lea_blocks_portable(const ZRC_LEA_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                          std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (!lea_is_keyed(key)) return;
+    if (!is_keyed(key)) return;
     switch (mode) {
     case block_mode::cbc_encrypt:
         return serial<block_mode::cbc_encrypt>(key, chain, in, out, blocks);
@@ -219,6 +237,7 @@ void lea_blocks_portable(const ZRC_LEA_KEY& key, block_mode mode, std::uint8_t* 
 }
 
 constinit kernel_choice<blocks_fn<ZRC_LEA_KEY>> lea_kernels{kKernels};
+constinit kernel_choice<lea_schedule_fn> lea_schedules{kSchedules};
 
 } // namespace zrc
 
@@ -229,11 +248,7 @@ std::uint32_t zrc_Init_Encrypt_LEA_Key(const std::uint8_t* key, std::uint32_t ke
     const bool fits = key_length == 16 || key_length == 24 || key_length == 32;
     if (!key || !schedule || !fits) return code(ZRC_L_LEA_INTERFACE, ZRC_F_INIT_LEA_KEY, ZRC_ERR_INVALID_INPUT);
 
-    secret_array<std::uint32_t, 8> words;
-    const auto used = words.span().first(key_length / 4);
-    for (std::size_t i = 0; i < used.size(); ++i)
-        used[i] = load_le32(key + 4 * i);
-    expand_key(used, *schedule);
+    lea_schedules.get()(key, key_length / 4, *schedule);
     return 0;
 }
 

@@ -13,7 +13,7 @@ namespace zrc {
 static_assert(sizeof(ZRC_LEA_KEY) == 772);
 
 // Nothing is done with a schedule that is not keyed. All numbers of rounds are multiples of 4.
-constexpr bool lea_is_keyed(const ZRC_LEA_KEY& key) noexcept
+constexpr bool is_keyed(const ZRC_LEA_KEY& key) noexcept
 {
     return key.rounds == 24 || key.rounds == 28 || key.rounds == 32;
 }

@@ -111,7 +111,7 @@ public:
     static void run(const ZRC_LEA_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                     std::uint8_t* out, std::size_t blocks) noexcept
     {
-        if (!lea_is_keyed(key)) return;
+        if (!is_keyed(key)) return;
         with_mode(mode, [&]<block_mode Mode>() {
             if constexpr (is_parallel(Mode))
                 parallel<Mode>(key, chain, in, out, blocks);

@@ -5,6 +5,7 @@
 //   block_bytes    8 or 16
 //   library        ZRC_L_*
 //   functions      the function numbers of the five modes, for the code of a null argument
+//   is_keyed       (schedule); only where a schedule says whether it is keyed: one that is not is refused
 //   run            (unit, mode, chain, in, out, blocks): whole blocks, see cipher/block_mode.hpp
 #pragma once
 
@@ -151,7 +152,10 @@ private:
 
     static bool usable(const unit_type* unit, const std::uint8_t* out, const std::uint8_t* in) noexcept
     {
-        return out && in && schedule_of<typename Interface::key>(unit);
+        const auto* schedule = schedule_of<typename Interface::key>(unit);
+        if (!out || !in || !schedule) return false;
+        if constexpr (requires { Interface::is_keyed(*schedule); }) return Interface::is_keyed(*schedule);
+        return true;
     }
 
     static std::size_t bytes(std::int32_t length) noexcept { return length > 0 ? std::size_t(length) : 0; }
@@ -220,8 +224,13 @@ private:
 // What the Init functions of all ciphers begin with: the IV, when there is one, and the working copy of it.
 inline void set_iv(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* iv) noexcept
 {
-    if (iv) std::memcpy(unit.initial_iv, iv, std::min<std::size_t>(unit.iv_length, sizeof unit.initial_iv));
-    std::memcpy(unit.iv, unit.initial_iv, sizeof unit.iv);
+    constexpr std::size_t kWhole = sizeof unit.iv;
+    if (iv && unit.iv_length >= kWhole) { // apart: a copy of fixed size is one store, which the load below finds whole
+        std::memcpy(unit.initial_iv, iv, kWhole);
+    } else if (iv) {
+        std::memcpy(unit.initial_iv, iv, unit.iv_length);
+    }
+    std::memcpy(unit.iv, unit.initial_iv, kWhole);
 }
 
 // AES and ARIA: the modes whose decryption runs on the decryption schedule. CFB128 among them looks wrong, since CFB

@@ -180,18 +180,18 @@ constinit kernel_choice<blocks_fn<ZRC_SEED_KEY>> seed_kernels{kSeedKernels};
 
 void seed_cipher::encrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (is_sound(schedule)) crypt<2>(schedule.round_key, schedule.rounds, in, out);
+    if (is_keyed(schedule)) crypt<2>(schedule.round_key, schedule.rounds, in, out);
 }
 
 void seed_cipher::decrypt(const key& schedule, const std::uint8_t* in, std::uint8_t* out) noexcept
 {
-    if (is_sound(schedule)) crypt<-2>(schedule.round_key + 2 * schedule.rounds - 2, schedule.rounds, in, out);
+    if (is_keyed(schedule)) crypt<-2>(schedule.round_key + 2 * schedule.rounds - 2, schedule.rounds, in, out);
 }
 
 void seed_blocks_portable(const ZRC_SEED_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                           std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (is_sound(key)) portable_modes<seed_cipher>::run(key, mode, chain, in, out, blocks);
+    if (is_keyed(key)) portable_modes<seed_cipher>::run(key, mode, chain, in, out, blocks);
 }
 
 } // namespace zrc

@@ -11,7 +11,7 @@
 namespace zrc {
 
 // With any other schedule neither the block functions nor the kernels write anything.
-constexpr bool is_sound(const ZRC_SEED_KEY& schedule) noexcept
+constexpr bool is_keyed(const ZRC_SEED_KEY& schedule) noexcept
 {
     return schedule.rounds == 16 || schedule.rounds == 24;
 }

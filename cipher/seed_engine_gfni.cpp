@@ -277,7 +277,7 @@ struct parallel {
 void seed_blocks_gfni(const ZRC_SEED_KEY& key, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                       std::uint8_t* out, std::size_t blocks) noexcept
 {
-    if (!is_sound(key)) return;
+    if (!is_keyed(key)) return;
     with_mode(mode, [&]<block_mode Mode>() {
         if constexpr (is_parallel(Mode)) {
             parallel<Mode>::run(key, chain, in, out, blocks);

@@ -14,6 +14,8 @@ struct seed_interface {
     static constexpr mode_functions functions{ZRC_F_DO_SEED_ECB, ZRC_F_DO_SEED_CBC, ZRC_F_DO_SEED_CFB,
                                               ZRC_F_DO_SEED_OFB, ZRC_F_DO_SEED_CTR};
 
+    static bool is_keyed(const key& schedule) noexcept { return zrc::is_keyed(schedule); }
+
     static void run(const ZRC_BLOCK_CIPHER_UNIT& unit, block_mode mode, std::uint8_t* chain, const std::uint8_t* in,
                     std::uint8_t* out, std::size_t blocks) noexcept
     {

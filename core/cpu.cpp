@@ -36,6 +36,7 @@ std::uint32_t ask() noexcept
 {
     constexpr unsigned kSsse3 = 1U << 9, kSse41 = 1U << 19, kAes = 1U << 25, kOsxsave = 1U << 27; // leaf 1, ecx
     constexpr unsigned kBmi1 = 1U << 3, kAvx2 = 1U << 5, kBmi2 = 1U << 8, kSha = 1U << 29;        // leaf 7, ebx
+    constexpr unsigned kAdx = 1U << 19, kAvx512ifma = 1U << 21;                                   // leaf 7, ebx
     constexpr unsigned kAvx512f = 1U << 16, kAvx512dq = 1U << 17;                                 // leaf 7, ebx
     constexpr unsigned kAvx512bw = 1U << 30, kAvx512vl = 1U << 31;                                // leaf 7, ebx
     constexpr unsigned kAvx512vbmi = 1U << 1, kGfni = 1U << 8, kVaes = 1U << 9;                   // leaf 7, ecx
@@ -62,6 +63,8 @@ std::uint32_t ask() noexcept
     add(cpu_feature::aes_ni, aes_ni);
     add(cpu_feature::vaes_avx512, avx512 && aes_ni && has(leaf7.ecx, kVaes));
     add(cpu_feature::gfni_avx512, avx512 && has(leaf7.ecx, kGfni | kAvx512vbmi));
+    add(cpu_feature::adx, has(leaf7.ebx, kBmi2 | kAdx));
+    add(cpu_feature::ifma_avx512, avx512 && has(leaf7.ebx, kAvx512ifma));
     return found;
 }
 

@@ -15,6 +15,8 @@ enum class cpu_feature : std::uint32_t {
     aes_ni = 1U << 4,      // AES-NI, SSSE3, SSE4.1
     vaes_avx512 = 1U << 5, // VAES, avx512 and aes_ni
     gfni_avx512 = 1U << 6, // GFNI, AVX-512 VBMI, and avx512
+    adx = 1U << 7,         // ADX and BMI2: two carry chains beside MULX
+    ifma_avx512 = 1U << 8, // AVX-512 IFMA, and avx512
 };
 
 // True when this machine can run code that needs `feature`. Asks once for each process; any thread may call it.

@@ -10,9 +10,8 @@
 ZRC_BEGIN_DECLS
 
 /*
- * Key schedule: 548 bytes. Each half holds up to 17 round keys of four words, most significant byte first. Only the
- * half of the direction that the schedule was keyed for is filled, the other one is zero. The schedule is key
- * material: wipe it after use.
+ * Key schedule: 548 bytes. Each half holds up to 17 round keys of four words, most significant byte first; each of the
+ * two functions below fills one. The schedule is key material: wipe it after use.
  */
 typedef struct ZRC_ARIA_KEY {
     uint32_t encrypt[68];
@@ -21,7 +20,8 @@ typedef struct ZRC_ARIA_KEY {
 } ZRC_ARIA_KEY;
 
 /*
- * zrc_Init_*_ARIA_Key - fill the whole schedule for one direction.
+ * zrc_Init_*_ARIA_Key - fill the half of one direction, zero behind its last round key, and the number of rounds. The
+ * other half stays as it is, so clear a new schedule first; one keyed by both functions serves both directions.
  *
  *   key         `key_length` bytes
  *   key_length  bytes: 16, 24 or 32

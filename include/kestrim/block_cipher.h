@@ -91,7 +91,7 @@ struct ZRC_BLOCK_CIPHER_UNIT {
     uint32_t block_length; /* bytes, as the next two */
     uint32_t key_length;
     uint32_t iv_length;
-    uint32_t rc2_key_bits; /* effective key bits of RC2 */
+    uint32_t rc2_key_bits; /* effective key bits of RC2; 0: 128 */
     uint8_t mode;          /* ZRC_MODE_* */
     uint8_t no_padding;    /* bit 0 of the identifier */
     uint32_t (*init_fn)(ZRC_BLOCK_CIPHER_UNIT *unit, const uint8_t *key, const uint8_t *iv, uint32_t encrypt);
@@ -156,7 +156,7 @@ ZRC_API uint32_t ZRC_Init_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint32_t id,
 
 /*
  * zrc_Init_Block_Alg - fill a fresh or cleaned unit's identifier, lengths, mode and functions. The proven copy of the unit
- * decides what is refused.
+ * decides what is refused. The schedule of a used unit is wiped and released when it has another length.
  *
  * Returns 0, or
  *   0x0509002B  ZRC_ERR_INVALID_INPUT         unit is null
@@ -177,8 +177,9 @@ ZRC_API uint32_t zrc_Init_Block_Alg(ZRC_BLOCK_CIPHER_UNIT *unit, uint32_t id);
  *
  * Returns 0, or a code, with nothing taken in and *out_length 0:
  *   0x0502002B  ZRC_ERR_INVALID_INPUT     unit or out_length is null, length is below 1, or the unit is not initialised
- *   0x0503004C  ZRC_ERR_OPERATE_FUNCTION  in is null, out is null with bytes due, or the two overlap
- *                                         in a way that would lose input
+ *   0x0503004C  ZRC_ERR_OPERATE_FUNCTION  in is null, out is null with bytes due, the two overlap in a way that would
+ *                                         lose input, more bytes are due than an int32_t counts, or the unit was
+ *                                         initialised without a key
  *   0x0504005C  ZRC_ERR_UPDATE_FAILURE    the same in a padded decryption
  */
 ZRC_API uint32_t ZRC_Update_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint8_t *out, int32_t *out_length,
@@ -193,7 +194,8 @@ ZRC_API uint32_t ZRC_Update_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint8_t *o
  *
  * Returns 0, or
  *   0x0505002B  ZRC_ERR_INVALID_INPUT           unit, out or out_length is null, or the unit is not initialised
- *   0x0505000A  ZRC_ERR_CIPHER_ENCRYPT_FAILURE  ECB or CBC without padding, and the message was not whole blocks
+ *   0x0505000A  ZRC_ERR_CIPHER_ENCRYPT_FAILURE  ECB or CBC without padding, and the message was not whole blocks; or
+ *                                               the unit was initialised without a key
  *   0x05050009  ZRC_ERR_CIPHER_DECRYPT_FAILURE  the same, wrong padding, or a stream mode without ZRC_NO_PADDING
  */
 ZRC_API uint32_t ZRC_Final_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint8_t *out, int32_t *out_length);
@@ -207,7 +209,7 @@ ZRC_API uint32_t ZRC_Final_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint8_t *ou
  * Returns 0, or
  *   0x0508003B  ZRC_ERR_MEM_ALLOC                no memory for the unit
  *   0x05080021  ZRC_ERR_INIT_BLOCKCIPHER_FAIL    Init failed, for whatever reason, a failed self-test included
- *   0x0508005A  ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL  Update failed
+ *   0x0508005A  ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL  Update failed, or the output would be longer than an int32_t counts
  *   0x05080017  ZRC_ERR_FINAL_BLOCKCIPHER_FAIL   Final failed
  */
 ZRC_API uint32_t ZRC_BLOCK_CIPHER(uint32_t id, uint32_t encrypt, const uint8_t *key, const uint8_t *iv,
@@ -236,7 +238,7 @@ ZRC_API uint32_t ZRC_Init_Advanced_BLOCK_CIPHER(uint32_t id, const uint8_t *key,
  * Returns 0, or
  *   0x050B0049  ZRC_ERR_NULL_INPUT               record, out or out_length is null
  *   0x050B0059  ZRC_ERR_SUB_OPERATION_FAILURE    the record is too short or inconsistent, or no memory
- *   0x050B005A  ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL  Update failed
+ *   0x050B005A  ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL  Update failed, or the output would be longer than an int32_t counts
  *   0x050B0017  ZRC_ERR_FINAL_BLOCKCIPHER_FAIL   Final failed
  */
 ZRC_API uint32_t ZRC_DoFinal_Advanced_BLOCK_CIPHER(const uint8_t *record, uint32_t record_length, const uint8_t *in,
