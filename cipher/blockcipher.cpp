@@ -477,13 +477,11 @@ std::uint32_t zrc_Init_Block_Alg(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint32_t id)
 {
     if (!unit) return zrc::code(ZRC_L_BLOCK_CIPHER, ZRC_F_INIT_ALGORITHM, ZRC_ERR_INVALID_INPUT);
     if (const std::uint32_t failed = ZRC_Crypto_Initialize()) return failed;
-    const std::uint32_t length = unit->key_schedule_length;
-    const std::uint32_t result = zrc::bind_algorithm(*unit, id);
-    if (unit->initialized == zrc::kInitialized && unit->key_schedule_length != length) { // a used unit
-        ZRC_Free_Ex(unit->key_schedule, length);
+    if (unit->initialized == zrc::kInitialized) { // a used unit
+        ZRC_Free_Ex(unit->key_schedule, unit->key_schedule_length);
         unit->key_schedule = nullptr;
     }
-    return result;
+    return zrc::bind_algorithm(*unit, id);
 }
 
 std::uint32_t ZRC_Update_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT* unit, std::uint8_t* out, std::int32_t* out_length,

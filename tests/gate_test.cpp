@@ -25,6 +25,27 @@ std::uint32_t init_once(std::int32_t id)
     return code;
 }
 
+// A valid AES or ARIA-CTR record, which proven mode does not make: that of ARIA in ECB, rewritten.
+std::uint32_t run_forged_record(bool aes, bool proven)
+{
+    static const std::uint8_t key[16] = {};
+    std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
+    std::uint32_t length = sizeof record;
+    std::int32_t written = 0;
+    EXPECT_EQ(ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_ARIA_128 | ZRC_NO_PADDING, key, nullptr, 1, record, &length), 0u);
+    record[872] = proven ? 1 : 0;
+    if (aes) {
+        record[3] = 0x01;                   // identifier
+        record[24] = 0;                     // its index
+        record[68 + 240] = 10;              // rounds
+        record[856] = 244, record[857] = 0; // schedule
+    } else {
+        record[20] = ZRC_MODE_CTR;
+        record[28] = 4; // its index
+    }
+    return ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, length, key, 16, output, &written);
+}
+
 std::uint32_t hmac_init_once(std::int32_t id)
 {
     ZRC_HMAC_UNIT* unit = ZRC_New_HMAC_Unit();
@@ -93,7 +114,6 @@ TEST(Gate, ProvenModeAllowsAriaAndSeedAndRefusesEveryOtherCipher)
 {
     in_a_fresh_process([] {
         static const std::uint8_t key[32] = {}, iv[16] = {};
-        static std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
         ZRC_BLOCK_CIPHER_UNIT* unit = ZRC_New_BLOCK_CIPHER_Unit();
         struct {
             std::uint32_t id, alg_code, init_code;
@@ -126,18 +146,23 @@ TEST(Gate, ProvenModeAllowsAriaAndSeedAndRefusesEveryOtherCipher)
         }
         ZRC_Free_BLOCK_CIPHER_Unit(unit);
 
-        // A record that names a refused cipher is as little use as an identifier that does.
-        std::uint32_t length = sizeof record;
-        std::int32_t written;
-        EXPECT_EQ(ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_ARIA_128, key, iv, 1, record, &length), 0u);
-        EXPECT_EQ(ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, length, kData, 3, output, &written), 0u);
-        record[3] = 0x01; // AES
-        EXPECT_EQ(ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, length, kData, 3, output, &written), 0x050B0059u);
-
         EXPECT_EQ(ZRC_Init_CBC_MAC(nullptr, ZRC_ARIA_128, key), 0x060100F0u); // before anything else
         EXPECT_EQ(ZRC_CBC_MAC(ZRC_ARIA_128, key, key, 16, output, nullptr), 0x06040023u);
         EXPECT_EQ(ZRC_DES_MAC(nullptr, kData, 3, output), 0x090100F0u);
     });
+}
+
+TEST(Gate, ProvenModeRefusesRecordsThatItWouldNotMake)
+{
+    for (const bool proven : {false, true}) {
+        in_a_fresh_process([proven] {
+            EXPECT_EQ(proven ? 0u : ZRC_Change_Non_Proven_Mode(), 0u);
+            for (const bool aes : {true, false}) {
+                for (const bool flag : {true, false})
+                    EXPECT_EQ(run_forged_record(aes, flag), proven ? 0x050B0059u : 0u) << aes << flag;
+            }
+        });
+    }
 }
 
 TEST(Gate, Rc4StandsOutsideIt)

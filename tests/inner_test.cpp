@@ -1,5 +1,6 @@
 // White-box tests of what no caller can provoke from outside: failing allocations, checks that fail, threads that meet at
 // the gate, memory that must be clean when it is released. Allocation functions are wrapped by the linker.
+#include "kestrim/block_modes.h"
 #include "kestrim_crypto.h"
 #include "selftest/fault.hpp"
 #include "tests/fresh_process.hpp"
@@ -7,12 +8,15 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -51,7 +55,10 @@ void __real_free(void* block);
 
 void* __wrap_malloc(std::size_t bytes)
 {
-    return allocation_fails() ? nullptr : note(__real_malloc(bytes), bytes);
+    if (allocation_fails()) return nullptr;
+    void* block = __real_malloc(bytes);
+    if (block) std::memset(block, 0xA5, bytes); // as what was there before may have
+    return note(block, bytes);
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t bytes)
@@ -133,6 +140,18 @@ TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
     EXPECT_EQ(codes_with_failing_allocations([=] { return ZRC_Init_BLOCK_CIPHER(cipher, ZRC_SEED, kKey, nullptr, 1); }),
               (codes{0x0501003A, 0}));
     ZRC_Free_BLOCK_CIPHER_Unit(cipher);
+    ZRC_CBC_MAC_UNIT* mac = ZRC_New_CBC_MAC_Unit();
+    EXPECT_EQ(codes_with_failing_allocations([=] {
+                  const std::uint32_t code = ZRC_Init_CBC_MAC(mac, ZRC_DES, kKey);
+                  EXPECT_EQ(ZRC_Update_CBC_MAC(mac, kKey, 0), code ? 0x0602005Au : 0u);
+                  EXPECT_EQ(ZRC_Final_CBC_MAC(mac, output, nullptr), code ? 0x0603005Au : 0u);
+                  return code;
+              }),
+              (codes{0x06010021, 0}));
+    ZRC_Free_CBC_MAC_Unit(mac);
+    allocations_until_failure = 0;
+    EXPECT_EQ(ZRC_DES_MAC(nullptr, nullptr, 0, nullptr), 0x0901003Cu) << "before the arguments";
+    allocations_until_failure = -1;
 
     // On one unit that lives through all the failures: each Init releases what the last one left, and the unit refuses to
     // work until one succeeds.
@@ -190,6 +209,43 @@ TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
     }
     EXPECT_EQ(ZRC_BLOCK_CIPHER(ZRC_BLOWFISH, 1, kKey, nullptr, kKey, 37, text, &length), 0u);
     EXPECT_EQ(ZRC_DES_MAC(kKey, kKey, 37, text), 0u);
+
+    // A schedule that another one replaces: shorter, longer, as long, from a record, by a new binding.
+    ZRC_BLOCK_CIPHER_UNIT* unit = ZRC_New_BLOCK_CIPHER_Unit();
+    for (const std::uint32_t id : {ZRC_DES, ZRC_LEA_128, ZRC_LEA_256, ZRC_SEED})
+        EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, id, kKey, nullptr, 0), 0u);
+    for (int twice = 0; twice < 2; ++twice) // the record holds the last cipher of above
+        EXPECT_EQ(blockcipher_BinaryKey_to_Unit(record, sizeof record, unit), 0u);
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, ZRC_DES, nullptr, nullptr, 1), 0u);
+    std::memset(text, 0, sizeof text);
+    EXPECT_EQ(std::memcmp(unit->key_schedule, text, 64), 0) << "allocated cleared";
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, ZRC_DES, kKey, nullptr, 0), 0u);
+    EXPECT_EQ(zrc_Init_Block_Alg(unit, ZRC_LEA_128), 0u);
+    EXPECT_EQ(unit->key_schedule, nullptr);
+    EXPECT_EQ(zrc_Init_LEA(unit, kKey, nullptr, 1), 0x1F020023u);
+
+    // What waits in a unit is gone behind Final.
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, ZRC_SEED, kKey, nullptr, 0), 0u);
+    EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit, text, &length, kKey, 16), 0u);
+    EXPECT_NE(std::memcmp(unit->held_block, text + 32, 16), 0);
+    EXPECT_EQ(ZRC_Final_BLOCK_CIPHER(unit, text, &length), 0x05050009u);
+    EXPECT_EQ(std::memcmp(unit->held_block, text + 32, 32), 0);
+    EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit, text, &length, kKey, 15), 0u);
+    EXPECT_NE(std::memcmp(unit->buffer, text + 32, 15), 0);
+    EXPECT_EQ(ZRC_Final_BLOCK_CIPHER(unit, text, &length), 0x05050009u);
+    EXPECT_EQ(std::memcmp(unit->buffer, text + 32, 32), 0);
+    ZRC_Free_BLOCK_CIPHER_Unit(unit);
+
+    ZRC_CBC_MAC_UNIT* mac = ZRC_New_CBC_MAC_Unit();
+    EXPECT_EQ(ZRC_Init_CBC_MAC(mac, ZRC_AES_128, kKey), 0u);
+    EXPECT_EQ(ZRC_Update_CBC_MAC(mac, kKey, 32), 0u);
+    std::memset(mac->block, 0xA5, sizeof mac->block);
+    mac->count = 3;
+    ZRC_Clean_CBC_MAC_Unit(mac);
+    EXPECT_EQ(mac->cipher->key_schedule, nullptr);
+    ZRC_Free_BLOCK_CIPHER_Unit(std::exchange(mac->cipher, nullptr)); // a pointer is left in a unit otherwise
+    ZRC_Free_CBC_MAC_Unit(mac);
+
     ZRC_RC4_UNIT* rc4 = ZRC_New_RC4_Unit();
     EXPECT_EQ(ZRC_Init_RC4(rc4, kKey, 16), 0u);
     ZRC_Free_RC4_Unit(rc4);
@@ -259,6 +315,81 @@ TEST(SelfTest, EachCheckCanFailAndTheGateReturnsItsCode)
         EXPECT_EQ(ZRC_Crypto_Initialize(), 0x1A020059u);
         EXPECT_EQ(ZRC_Crypto_Initialize(), 0x1A070059u);
     });
+}
+
+TEST(SelfTest, AFailureStopsEveryCipher)
+{
+    in_a_fresh_process([] {
+        constexpr std::uint32_t kCode = 0x1A030059;
+        zrc::broken_check = ZRC_F_VERSION_CHECK;
+        ZRC_BLOCK_CIPHER_UNIT unit{}, before{};
+        unit.algorithm_id = before.algorithm_id = ZRC_ARIA_128;
+        unit.block_length = before.block_length = unit.iv_length = before.iv_length = 16;
+        EXPECT_EQ(ZRC_Get_IV_Length(ZRC_ARIA_128), 0xFFFFFFFFu);
+        EXPECT_EQ(ZRC_Get_Key_Length(ZRC_ARIA_128), 0u);
+        EXPECT_EQ(ZRC_Get_Block_Length(ZRC_ARIA_128), 0u);
+        EXPECT_EQ(ZRC_Get_Block_Alg_ID(&unit), 0u);
+        EXPECT_EQ(zrc_Get_Mode_Length(&unit), 0u);
+        EXPECT_EQ(ZRC_Get_Block_Alg_Name(ZRC_ARIA_128), nullptr);
+        EXPECT_EQ(ZRC_Get_Mode_Name(ZRC_MODE_CBC), nullptr);
+
+        EXPECT_EQ(zrc_Init_Block_Alg(&unit, ZRC_SEED), kCode);
+        for (const auto init : {zrc_Init_AES, zrc_Init_ARIA, zrc_Init_SEED, zrc_Init_LEA, zrc_Init_DES,
+                                zrc_Init_DES_EDE, zrc_Init_RC2, zrc_Init_RC5, zrc_Init_BF})
+            EXPECT_EQ(init(&unit, kKey, kKey, 1), kCode);
+        EXPECT_EQ(std::memcmp(&unit, &before, sizeof unit), 0);
+
+        unit.initialized = -1; // used, and cleaned by Init
+        EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(&unit, ZRC_ARIA_128, kKey, nullptr, 1), kCode);
+        EXPECT_EQ(unit.algorithm_id | unit.block_length, 0u);
+        EXPECT_EQ(unit.key_schedule, nullptr);
+        std::int32_t length = 0;
+        EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(&unit, output, &length, kKey, 16), 0x0502002Bu);
+        EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(nullptr, ZRC_ARIA_128, kKey, nullptr, 1), 0x0501002Bu) << "before the gate";
+
+        EXPECT_EQ(ZRC_Init_CBC_MAC(nullptr, ZRC_AES_128, nullptr), kCode);
+        EXPECT_EQ(ZRC_DES_MAC(nullptr, nullptr, 0, nullptr), kCode);
+        EXPECT_EQ(ZRC_BLOCK_CIPHER(ZRC_ARIA_128, 1, kKey, nullptr, kKey, 16, output, &length), 0x05080021u);
+        std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
+        std::uint32_t size = sizeof record;
+        EXPECT_EQ(ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_ARIA_128, kKey, nullptr, 1, record, &size), 0x050A0021u);
+        EXPECT_EQ(ZRC_CBC_MAC(ZRC_AES_128, kKey, kKey, 16, output, nullptr), 0x06040023u);
+        EXPECT_GT(zrc::self_test_runs, 20u);
+    });
+}
+
+namespace {
+
+constexpr char kBeforeMain[] = "KESTRIM_TEST_BEFORE_MAIN";
+
+// What the MACs test in proven mode, and in which order. main() leaves that mode, so the process ends before it.
+[[gnu::constructor]] void macs_in_proven_mode()
+{
+    if (!std::getenv(kBeforeMain)) return;
+    int wrong = 0;
+    const auto expect = [&wrong](std::uint32_t code, std::uint32_t expected) {
+        if (code == expected) return;
+        std::fprintf(stderr, "%08x, not %08x\n", unsigned(code), unsigned(expected));
+        wrong = 1;
+    };
+    zrc::broken_check = ZRC_F_VERSION_CHECK;
+    expect(ZRC_Init_CBC_MAC(nullptr, ZRC_AES_128, kKey), 0x060100F0); // the mode, the gate, the arguments
+    expect(ZRC_DES_MAC(nullptr, kKey, 3, output), 0x1A030059);        // the gate,
+    zrc::broken_check = 0;
+    expect(ZRC_Crypto_Initialize(), 0);
+    expect(ZRC_DES_MAC(nullptr, kKey, 3, output), 0x090100F0); // the mode, the arguments;
+    allocations_until_failure = 0;
+    expect(ZRC_DES_MAC(kKey, kKey, 3, output), 0x0901003C); // the memory comes before both
+    _exit(wrong);
+}
+
+} // namespace
+
+TEST(SelfTest, MacsAskForTheModeInTheirOrder)
+{
+    ASSERT_EQ(setenv(kBeforeMain, "1", 1), 0);
+    in_a_fresh_process([] { ADD_FAILURE() << "main() was reached"; });
+    unsetenv(kBeforeMain);
 }
 
 TEST(SelfTest, ThreadsWaitForTheOneThatTests)

@@ -156,7 +156,7 @@ ZRC_API uint32_t ZRC_Init_BLOCK_CIPHER(ZRC_BLOCK_CIPHER_UNIT *unit, uint32_t id,
 
 /*
  * zrc_Init_Block_Alg - fill a fresh or cleaned unit's identifier, lengths, mode and functions. The proven copy of the unit
- * decides what is refused. The schedule of a used unit is wiped and released when it has another length.
+ * decides what is refused. The schedule of a used unit is wiped and released.
  *
  * Returns 0, or
  *   0x0509002B  ZRC_ERR_INVALID_INPUT         unit is null

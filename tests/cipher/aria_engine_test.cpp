@@ -28,7 +28,7 @@ bool same(const ZRC_ARIA_KEY& a, const ZRC_ARIA_KEY& b)
 
 ZRC_ARIA_KEY keyed(decltype(zrc_Init_Encrypt_ARIA_Key)* init, const bytes& key)
 {
-    ZRC_ARIA_KEY schedule = filled(0xA5);
+    ZRC_ARIA_KEY schedule = filled(0);
     EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &schedule), 0U);
     return schedule;
 }
@@ -83,15 +83,22 @@ TEST(AriaEngine, ExpandsKeys)
         EXPECT_EQ(hex_words(round_keys, words), decryption) << vector.place;
         EXPECT_EQ(round_keys[words], 0xFEEDBEEF) << "nothing behind the round keys is written";
 
-        // Each direction fills its own half and clears the rest.
-        const std::string rest(8 * (68 - words), '0'), empty(8 * 68, '0');
-        const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, key);
-        EXPECT_EQ(hex_words(forward.encrypt, 68) + hex_words(forward.decrypt, 68), encryption + rest + empty);
-        EXPECT_EQ(forward.rounds, rounds);
-        const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, key);
-        EXPECT_EQ(hex_words(backward.encrypt, 68) + hex_words(backward.decrypt, 68), empty + decryption + rest);
-        EXPECT_EQ(backward.rounds, rounds);
+        // Each direction fills its own half, to the end, and keeps the other.
+        const std::string rest(8 * (68 - words), '0'), other = hex_words(filled(0xA5).encrypt, 68);
+        for (const bool encryption_first : {true, false}) {
+            ZRC_ARIA_KEY both = filled(0xA5);
+            for (const bool encrypting : {encryption_first, !encryption_first}) {
+                const auto init = encrypting ? zrc_Init_Encrypt_ARIA_Key : zrc_Init_Decrypt_ARIA_Key;
+                EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &both), 0U);
+                EXPECT_EQ(both.rounds, rounds);
+                const bool second = encrypting != encryption_first;
+                EXPECT_EQ(hex_words(both.encrypt, 68), encrypting || second ? encryption + rest : other);
+                EXPECT_EQ(hex_words(both.decrypt, 68), !encrypting || second ? decryption + rest : other);
+            }
+        }
 
+        const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, key);
+        const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, key);
         ZRC_ARIA_KEY recovered = filled(0xA5);
         zrc::aria_forward_schedule(backward, recovered);
         EXPECT_TRUE(same(recovered, forward)) << vector.place;

@@ -56,8 +56,15 @@ TEST(CbcMac, TheChainStaysAfterFinalAndRefusedUpdates)
             EXPECT_EQ(ZRC_Final_CBC_MAC(unit.get(), mac.data(), nullptr), 0U);
             EXPECT_EQ(hex(mac), mac_of(id, kKey, bytes(absorbed, 0xC3)));
         }
-        EXPECT_EQ(init(0x7F000100), 0x06010021U);
-        EXPECT_EQ(update(16), 0x0602005AU) << "the old key is gone";
+        const auto init_without_key = [&] { return ZRC_Init_CBC_MAC(unit.get(), id, nullptr); };
+        for (const std::uint32_t expected : {0x06010021U, 0x06010049U}) {
+            ASSERT_EQ(init(id), 0U);
+            EXPECT_EQ(update(16), 0U);
+            EXPECT_EQ(expected == 0x06010021U ? init(0x7F000100) : init_without_key(), expected);
+            EXPECT_EQ(update(16), 0x0602005AU) << "the old key is gone";
+            EXPECT_EQ(bytes(unit->chain, unit->chain + 64), bytes(64));
+            EXPECT_EQ(unit->cipher->initialized, 0);
+        }
     }
 }
 
@@ -71,16 +78,22 @@ TEST(Macs, Codes)
     const std::uint32_t cases[][2] = {
         {ZRC_Init_CBC_MAC(nullptr, ZRC_AES_128, key), 0x06010049},
         {ZRC_Init_CBC_MAC(fresh.get(), ZRC_AES_128, nullptr), 0x06010049},
+        {ZRC_Update_CBC_MAC(nullptr, data, 16), 0x0602005A},
+        {ZRC_Final_CBC_MAC(nullptr, out, &length), 0x0603005A},
         {ZRC_Update_CBC_MAC(fresh.get(), data, 16), 0x0602005A},
         {ZRC_Update_CBC_MAC(good.get(), nullptr, 16), 0x0602005A},
         {ZRC_Final_CBC_MAC(fresh.get(), out, &length), 0x0603005A},
         {ZRC_Final_CBC_MAC(good.get(), nullptr, &length), 0x0603005A},
         {ZRC_CBC_MAC(0x7F000100, key, data, 16, out, &length), 0x06040023},
         {ZRC_CBC_MAC(ZRC_AES_128, key, data, 20, out, &length), 0x0604005C},
+        {ZRC_CBC_MAC(ZRC_AES_128, key, nullptr, 16, out, &length), 0x0604005C},
         {ZRC_CBC_MAC(ZRC_AES_128, key, data, 16, nullptr, &length), 0x06040019},
         {ZRC_DES_MAC(nullptr, data, 3, out), 0x09010049}, // before the zeros of a short message
         {ZRC_DES_MAC(key, nullptr, 8, out), 0x09010049},
         {ZRC_DES_MAC(key, data, 0, out), 0x09010049},
+        {ZRC_DES_MAC(key, data, -8, out), 0x09010049},
+        {ZRC_DES_MAC(key, data, 3, nullptr), 0x09010049},
+        {ZRC_DES_MAC(key, data, 8, nullptr), 0x09010049},
     };
     for (const auto& [code, expected] : cases)
         EXPECT_EQ(code, expected) << "case " << (&code - cases[0]) / 2;

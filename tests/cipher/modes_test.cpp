@@ -443,6 +443,69 @@ TEST(Modes, AriaCfb128KeyedForDecryptionRecoversTheText)
             for (std::uint8_t& byte : out)
                 EXPECT_EQ(zrc_Do_ARIA_CFB(unit.get(), &byte, &byte, 1), 0U);
             EXPECT_EQ(hex(out), hex(v["plaintext"])) << v.place;
+
+            // With an encryption half, made later or alone, it is CFB in the direction that the unit has.
+            const unit_ptr forth = unit_for(c.id | ZRC_MODE_CFB128 | ZRC_NO_PADDING, v["key"], v["iv"], 1);
+            EXPECT_EQ(zrc_Init_ARIA_Key(unit.get(), v["key"].data(), 1), 0U);
+            for (const unit_ptr* u : {&unit, &forth}) {
+                for (const bool encrypting : {true, false}) {
+                    u->get()->encrypt = encrypting ? 1 : 0;
+                    u->get()->keystream_position = 0;
+                    std::ranges::copy(v["iv"], u->get()->iv);
+                    out = v[encrypting ? "plaintext" : "ciphertext"];
+                    EXPECT_EQ(zrc_Do_ARIA_CFB(u->get(), out.data(), out.data(), std::int32_t(out.size())), 0U);
+                    EXPECT_EQ(hex(out), hex(v[encrypting ? "ciphertext" : "plaintext"])) << v.place;
+                }
+            }
+        }
+    }
+}
+
+TEST(Modes, AriaDoesNothingWithoutAKey)
+{
+    const bench b{kFamilies[1]};
+    for (const std::uint32_t mode : {ZRC_MODE_ECB, ZRC_MODE_CBC, ZRC_MODE_CFB, ZRC_MODE_CFB128, ZRC_MODE_CTR}) {
+        for (const std::uint32_t encrypt : {1U, 0U}) {
+            const unit_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
+            ASSERT_EQ(ZRC_Init_BLOCK_CIPHER(unit.get(), b.f.id | mode, nullptr, b.iv.data(), encrypt), 0U);
+            const unit_t before = *unit;
+            bytes out(64, 0xEE);
+            for (std::size_t i = 0; i < kFunctions; ++i)
+                EXPECT_EQ(b.f.run[i](unit.get(), out.data(), b.text.data(), 16), b.f.code(i)) << i << " " << mode;
+            EXPECT_EQ(out, bytes(64, 0xEE));
+            EXPECT_EQ(std::memcmp(unit.get(), &before, sizeof before), 0);
+        }
+    }
+}
+
+TEST(Modes, KeySchedulesOfEachDirection)
+{
+    constexpr struct {
+        std::size_t of; // family
+        std::uint32_t (*init_key)(unit_t*, const std::uint8_t*, std::uint32_t);
+    } kCases[] = {{0, zrc_Init_AES_Key}, {1, zrc_Init_ARIA_Key}, {4, zrc_Init_DES_Key}, {5, zrc_Init_DES_EDE_key}};
+    const auto decryption_is_made_for = [](bool des, std::uint32_t mode) {
+        constexpr std::uint32_t kListed[] = {ZRC_MODE_ECB, ZRC_MODE_CBC, ZRC_MODE_CFB128};
+        constexpr std::uint32_t kNotForDes[] = {0x40, 0x42, 0x44, 0x46, 0x48, 0x60, 0x80}; // whatever bit 0 is
+        return des ? std::ranges::count(kNotForDes, mode & 0xFE) == 0 : std::ranges::count(kListed, mode) != 0;
+    };
+    const auto schedule_of = [](const unit_ptr& unit) {
+        const auto* schedule = static_cast<const std::uint8_t*>(unit->key_schedule);
+        return bytes(schedule, schedule + unit->key_schedule_length);
+    };
+    for (const auto& c : kCases) {
+        const bench b{kFamilies[c.of]};
+        const bytes forward = schedule_of(b.unit(ZRC_MODE_ECB, 1)), backward = schedule_of(b.unit(ZRC_MODE_ECB, 0));
+        ASSERT_NE(forward, backward);
+        for (std::uint32_t mode = 0; mode < 256; mode += b.block == 8 ? 1 : 2) {
+            for (const std::uint32_t encrypt : {0U, 1U, 2U, 0xFFFFFFFFU}) {
+                const unit_ptr unit = b.unit(ZRC_MODE_CBC, 1);
+                unit->mode = std::uint8_t(mode);
+                std::memset(unit->key_schedule, 0, unit->key_schedule_length);
+                EXPECT_EQ(c.init_key(unit.get(), b.key.data(), encrypt), 0U);
+                const bool decryption = encrypt == 0 && decryption_is_made_for(b.block == 8, mode);
+                EXPECT_EQ(schedule_of(unit), decryption ? backward : forward) << c.of << std::hex << " " << mode;
+            }
         }
     }
 }
@@ -490,6 +553,42 @@ TEST(Modes, Codes)
         {zrc_Init_RC2_Key(keyed(6).get(), nullptr), 0x15000024},
         {zrc_Init_RC5_Key(keyed(7).get(), nullptr), 0x17010024},
         {zrc_Init_BF_Key(keyed(8).get(), nullptr), 0x03010024},
+    };
+    for (const auto& [code, expected] : codes)
+        EXPECT_EQ(code, expected) << std::hex << code << ", not " << expected;
+}
+
+TEST(Modes, KeysOfAnotherLength)
+{
+    const bytes key(32, 0x3C), iv(16, 0x5A);
+    const auto unit_with = [](std::size_t of, std::uint32_t length) {
+        unit_ptr unit = bench{kFamilies[of]}.unit(ZRC_MODE_CBC, 1);
+        unit->key_length = length;
+        return unit;
+    };
+    const auto init = [&](std::size_t of, std::uint32_t length) {
+        const unit_ptr unit = unit_with(of, length);
+        const std::uint32_t code = kFamilies[of].init(unit.get(), key.data(), iv.data(), 0);
+        EXPECT_EQ(unit->iv[7], 0x5A) << "the IV comes before the key";
+        EXPECT_EQ(unit->encrypt, of == 1 ? 1U : 0U) << "ARIA notes the direction behind the key";
+        return code;
+    };
+    const unit_ptr fresh{ZRC_New_BLOCK_CIPHER_Unit()};
+    const std::pair<std::uint32_t, std::uint32_t> codes[] = {
+        {init(0, 20), 0x02020024},
+        {init(1, 20), 0x02020023},
+        {init(2, 24), 0x19020023},
+        {init(3, 20), 0x1F020023},
+        {init(5, 20), 0}, // what the key function says is not passed on
+        {zrc_Init_DES(fresh.get(), key.data(), iv.data(), 1), 0},
+        {zrc_Init_DES_EDE(fresh.get(), key.data(), iv.data(), 1), 0},
+        {zrc_Init_AES_Key(unit_with(0, 20).get(), key.data(), 1), 0x01010024},
+        {zrc_Init_ARIA_Key(unit_with(1, 20).get(), key.data(), 1), 0x02010024},
+        {zrc_Init_SEED_Key(unit_with(2, 24).get(), key.data()), 0x19010024},
+        {zrc_Init_LEA_Key(unit_with(3, 20).get(), key.data()), 0x1F010024},
+        {zrc_Init_DES_EDE_key(unit_with(5, 20).get(), key.data(), 1), 0x07010024},
+        {zrc_Init_DES_Key(fresh.get(), key.data(), 1), 0x08010024},
+        {zrc_Init_DES_EDE_key(fresh.get(), key.data(), 1), 0x07010024},
     };
     for (const auto& [code, expected] : codes)
         EXPECT_EQ(code, expected) << std::hex << code << ", not " << expected;
