@@ -1,4 +1,5 @@
-// Block ciphers in every mode, and RC4, beside OpenSSL and Crypto++.
+// Block ciphers in every mode, and RC4, beside OpenSSL and Crypto++: long messages under one key, and short ones each
+// of which is keyed anew.
 #include "bench/comparison.hpp"
 #include "kestrim_crypto.h"
 
@@ -9,6 +10,7 @@
 #include "bench/cryptopp_peer.hpp"
 #endif
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <span>
@@ -35,16 +37,24 @@ struct cipher {
 };
 constexpr cipher kCiphers[] = {
     {ZRC_AES_128, "AES-128", "AES-128", 16, 16},
+    {ZRC_AES_192, "AES-192", "AES-192", 24, 16},
     {ZRC_AES_256, "AES-256", "AES-256", 32, 16},
     {ZRC_ARIA_128, "ARIA-128", "ARIA-128", 16, 16},
+    {ZRC_ARIA_192, "ARIA-192", "ARIA-192", 24, 16},
     {ZRC_ARIA_256, "ARIA-256", "ARIA-256", 32, 16},
     {ZRC_SEED, "SEED", "SEED", 16, 16},
-    {ZRC_LEA_128, "LEA-128", "LEA-128", 16, 16},
-    {ZRC_LEA_256, "LEA-256", "LEA-256", 32, 16},
+    {ZRC_SEED_256, "SEED-256", nullptr, 32, 16},
+    {ZRC_LEA_128, "LEA-128", nullptr, 16, 16},
+    {ZRC_LEA_192, "LEA-192", nullptr, 24, 16},
+    {ZRC_LEA_256, "LEA-256", nullptr, 32, 16},
     {ZRC_DES, "DES", "DES", 8, 8},
+    {ZRC_DES_EDE2, "DES-EDE", "DES-EDE", 16, 8},
     {ZRC_DES_EDE3, "DES-EDE3", "DES-EDE3", 24, 8},
     {ZRC_BLOWFISH, "Blowfish", "BF", 16, 8},
+    {ZRC_RC2_40, "RC2-40", "RC2-40", 5, 8},
+    {ZRC_RC2_64, "RC2-64", "RC2-64", 8, 8},
     {ZRC_RC2_128, "RC2-128", "RC2", 16, 8},
+    {ZRC_RC5, "RC5", nullptr, 16, 8},
 };
 
 struct cipher_mode {
@@ -55,11 +65,34 @@ struct cipher_mode {
 constexpr cipher_mode kEcb{ZRC_MODE_ECB, "ECB", true}, kCbc{ZRC_MODE_CBC, "CBC", true}, kCfb{ZRC_MODE_CFB, "CFB", true},
     kOfb{ZRC_MODE_OFB, "OFB", false}, kCtr{ZRC_MODE_CTR, "CTR", false};
 
+// CFB with short segments, which functions of the cipher do on the unit's fields. One key size of each cipher.
+using segment_function = decltype(&zrc_Do_AES_CFB8);
+constexpr const char* kSegments[] = {"CFB1", "CFB8", "CFB16", "CFB32", "CFB64"};
 constexpr struct {
-    cipher algorithm;
-    cipher_mode mode;
-} kShortRows[] = {
-    {kCiphers[0], kCbc}, {kCiphers[0], kCtr}, {kCiphers[2], kCbc}, {kCiphers[4], kCbc}, {kCiphers[5], kCbc}};
+    std::uint32_t cipher;
+    segment_function functions[std::size(kSegments)]; // null: the cipher has no such mode
+} kSegmented[] = {
+    {ZRC_AES_128, {zrc_Do_AES_CFB1, zrc_Do_AES_CFB8, zrc_Do_AES_CFB16, zrc_Do_AES_CFB32, zrc_Do_AES_CFB64}},
+    {ZRC_ARIA_128, {zrc_Do_ARIA_CFB1, zrc_Do_ARIA_CFB8, zrc_Do_ARIA_CFB16, zrc_Do_ARIA_CFB32, zrc_Do_ARIA_CFB64}},
+    {ZRC_SEED, {zrc_Do_SEED_CFB1, zrc_Do_SEED_CFB8, zrc_Do_SEED_CFB16, zrc_Do_SEED_CFB32, zrc_Do_SEED_CFB64}},
+    {ZRC_LEA_128, {zrc_Do_LEA_CFB1, zrc_Do_LEA_CFB8, zrc_Do_LEA_CFB16, zrc_Do_LEA_CFB32, zrc_Do_LEA_CFB64}},
+    {ZRC_DES, {zrc_Do_DES_CFB1, zrc_Do_DES_CFB8, zrc_Do_DES_CFB16, zrc_Do_DES_CFB32}},
+    {ZRC_DES_EDE3, {zrc_Do_DES_EDE_CFB1, zrc_Do_DES_EDE_CFB8, zrc_Do_DES_EDE_CFB16, zrc_Do_DES_EDE_CFB32}},
+    {ZRC_BLOWFISH, {zrc_Do_BF_CFB1, zrc_Do_BF_CFB8, zrc_Do_BF_CFB16, zrc_Do_BF_CFB32}},
+    {ZRC_RC2_128, {zrc_Do_RC2_CFB1, zrc_Do_RC2_CFB8, zrc_Do_RC2_CFB16, zrc_Do_RC2_CFB32}},
+    {ZRC_RC5, {zrc_Do_RC5_CFB1, zrc_Do_RC5_CFB8, zrc_Do_RC5_CFB16, zrc_Do_RC5_CFB32, zrc_Do_RC5_CFB64}},
+};
+
+const cipher& cipher_of(std::uint32_t id)
+{
+    return *std::find_if(std::begin(kCiphers), std::end(kCiphers), [&](const cipher& c) { return c.id == id; });
+}
+
+// The unit has no such mode.
+bool lacks(const cipher& c, const cipher_mode& mode)
+{
+    return std::string_view{c.row}.starts_with("RC2") && mode.id == ZRC_MODE_CTR;
+}
 
 void must(bool good, const std::string& what)
 {
@@ -102,12 +135,36 @@ auto our_messages(std::uint32_t id, data_span key, data_span iv, data_span data,
     };
 }
 
+// A keyed unit in one of the segmented modes, always in the same message.
+auto our_segments(std::uint32_t id, segment_function function, bool in_bits, data_span key, data_span iv,
+                  data_span data, std::uint8_t* out)
+{
+    return [=] {
+        unit_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
+        must(ZRC_Init_BLOCK_CIPHER(unit.get(), id | ZRC_MODE_CFB, key.data(), iv.data(), 1) == 0, "Init failed");
+        return [=, unit = std::move(unit)] {
+            const auto length = std::int32_t(in_bits ? 8 * data.size() : data.size());
+            must(function(unit.get(), out, data.data(), length) == 0, "segmented CFB failed");
+        };
+    };
+}
+
 auto our_rc4(data_span key, data_span data, std::uint8_t* out)
 {
     return [=] {
         std::unique_ptr<ZRC_RC4_UNIT, freer> unit{ZRC_New_RC4_Unit()};
         must(ZRC_Init_RC4(unit.get(), key.data(), std::int32_t(key.size())) == 0, "Init failed");
         return [=, unit = std::move(unit)] { ZRC_Do_RC4(unit.get(), data.data(), std::uint32_t(data.size()), out); };
+    };
+}
+
+auto our_rc4_messages(data_span key, data_span data, std::uint8_t* out)
+{
+    return [=] {
+        return [=, unit = std::unique_ptr<ZRC_RC4_UNIT, freer>{ZRC_New_RC4_Unit()}] {
+            ZRC_Init_RC4(unit.get(), key.data(), std::int32_t(key.size()));
+            must(ZRC_Do_RC4(unit.get(), data.data(), std::uint32_t(data.size()), out) == 0, "RC4 failed");
+        };
     };
 }
 
@@ -124,46 +181,58 @@ public:
     void add(const cipher& c, const cipher_mode& mode, bool encrypt, const sized& size)
     {
         const std::string row = std::string{c.row} + "/" + mode.name + (encrypt ? "-enc/" : "-dec/") + size.name;
-        const data_span key = data().first(c.key_bytes), iv = data().subspan(64, c.block_bytes);
-        const data_span message = data().first(size.bytes);
-        const auto ours = our_cipher(c.id | mode.id, encrypt, key, iv, message, our_out_.data());
+        const inputs in = inputs_of(c, size);
+        const auto ours = our_cipher(c.id | mode.id, encrypt, in.key, in.iv, in.message, our_out_.data());
 #if KESTRIM_BENCH_OPENSSL
-        namespace peer = bench::openssl;
-        if (EVP_CIPHER* const evp = peer::fetch_cipher(evp_name(c, mode).c_str())) {
-            const auto theirs = peer::cipher(evp, encrypt, key, iv, message, peer_out_.data());
+        if (EVP_CIPHER* const evp = evp_of(c, mode.name)) {
+            const auto theirs = bench::openssl::cipher(evp, encrypt, in.key, in.iv, in.message, peer_out_.data());
             return add(row, "EVP", size.bytes, ours, theirs);
         }
 #endif
 #if KESTRIM_BENCH_CRYPTOPP
-        if (is_lea(c)) {
-            const auto theirs = bench::cryptopp::lea(mode.name, encrypt, key, iv, message, peer_out_.data());
+        if (bench::cryptopp::has(c.row)) {
+            const auto theirs =
+                bench::cryptopp::cipher(c.row, mode.name, encrypt, in.key, in.iv, in.message, peer_out_.data());
             return add(row, "Cryptopp", size.bytes, ours, theirs);
         }
 #endif
         add_alone(row, size.bytes, ours);
     }
 
-    void add_messages(const cipher& c, const cipher_mode& mode, const sized& size)
+    void add_segmented(const cipher& c, const char* mode, segment_function function, const sized& size)
     {
-        const std::string row = std::string{c.row} + "/" + mode.name + "-message/" + size.name;
-        const data_span key = data().first(c.key_bytes), iv = data().subspan(64, c.block_bytes);
-        const data_span message = data().first(size.bytes);
-        const auto ours = our_messages(c.id | mode.id, key, iv, message, our_out_.data());
+        const std::string row = std::string{c.row} + "/" + mode + "-enc/" + size.name;
+        const inputs in = inputs_of(c, size);
+        const bool in_bits = mode == std::string_view{"CFB1"};
+        const auto ours = our_segments(c.id, function, in_bits, in.key, in.iv, in.message, our_out_.data());
 #if KESTRIM_BENCH_OPENSSL
-        namespace peer = bench::openssl;
-        if (EVP_CIPHER* const evp = peer::fetch_cipher(evp_name(c, mode).c_str())) {
-            std::uint8_t* const out = peer_out_.data();
-            add(row, "EVP", size.bytes, ours, peer::cipher_messages(evp, true, key, iv, message, out));
-            return add(row, "EVP-rekeyed", size.bytes, ours, peer::cipher_messages(evp, false, key, iv, message, out));
-        }
-#endif
-#if KESTRIM_BENCH_CRYPTOPP
-        if (is_lea(c)) {
-            const auto theirs = bench::cryptopp::lea_messages(mode.name, key, iv, message, peer_out_.data());
-            return add(row, "Cryptopp", size.bytes, ours, theirs);
+        if (EVP_CIPHER* const evp = evp_of(c, mode)) {
+            const auto theirs = bench::openssl::cipher(evp, true, in.key, in.iv, in.message, peer_out_.data());
+            return add(row, "EVP", size.bytes, ours, theirs);
         }
 #endif
         add_alone(row, size.bytes, ours);
+    }
+
+    // Only with a peer.
+    void add_messages(const cipher& c, const cipher_mode& mode, const sized& size)
+    {
+        [[maybe_unused]] const std::string row = std::string{c.row} + "/" + mode.name + "-message/" + size.name;
+        const inputs in = inputs_of(c, size);
+        [[maybe_unused]] const auto ours = our_messages(c.id | mode.id, in.key, in.iv, in.message, our_out_.data());
+#if KESTRIM_BENCH_OPENSSL
+        if (EVP_CIPHER* const evp = evp_of(c, mode.name)) {
+            const auto theirs = bench::openssl::cipher_messages(evp, in.key, in.iv, in.message, peer_out_.data());
+            return add(row, "EVP-rekeyed", size.bytes, ours, theirs);
+        }
+#endif
+#if KESTRIM_BENCH_CRYPTOPP
+        if (bench::cryptopp::has(c.row)) {
+            const auto theirs =
+                bench::cryptopp::cipher_messages(c.row, mode.name, in.key, in.iv, in.message, peer_out_.data());
+            return add(row, "Cryptopp", size.bytes, ours, theirs);
+        }
+#endif
     }
 
     void add_rc4(const sized& size)
@@ -180,17 +249,37 @@ public:
         add_alone(row, size.bytes, ours);
     }
 
+    // Only with a peer.
+    void add_rc4_messages(const sized& size)
+    {
+        [[maybe_unused]] const std::string row = std::string{"RC4-message/"} + size.name;
+        const data_span key = data().first(16), message = data().first(size.bytes);
+        [[maybe_unused]] const auto ours = our_rc4_messages(key, message, our_out_.data());
+#if KESTRIM_BENCH_OPENSSL
+        if (EVP_CIPHER* const evp = bench::openssl::fetch_cipher("RC4")) {
+            const auto theirs = bench::openssl::cipher_messages(evp, key, {}, message, peer_out_.data());
+            return add(row, "EVP-rekeyed", size.bytes, ours, theirs);
+        }
+#endif
+    }
+
 private:
     static constexpr std::size_t kLongest = kSizes[std::size(kSizes) - 1].bytes;
 
-    static std::string evp_name(const cipher& c, const cipher_mode& mode)
+    struct inputs {
+        data_span key, iv, message;
+    };
+    inputs inputs_of(const cipher& c, const sized& size) const
     {
-        return std::string{c.openssl} + "-" + mode.name;
+        return {data().first(c.key_bytes), data().subspan(64, c.block_bytes), data().first(size.bytes)};
     }
-    static bool is_lea(const cipher& c)
+
+#if KESTRIM_BENCH_OPENSSL
+    static EVP_CIPHER* evp_of(const cipher& c, const char* mode)
     {
-        return std::string_view{c.row}.starts_with("LEA");
+        return c.openssl ? bench::openssl::fetch_cipher((std::string{c.openssl} + "-" + mode).c_str()) : nullptr;
     }
+#endif
     data_span data() const
     {
         return data_;
@@ -235,17 +324,26 @@ int main(int argc, char** argv)
     cipher_rows rows{table};
     for (const cipher& c : kCiphers) {
         for (const cipher_mode& mode : {kEcb, kCbc, kCfb, kOfb, kCtr}) {
-            if (c.id == ZRC_RC2_128 && mode.id == ZRC_MODE_CTR) continue; // the unit has no such mode
+            if (lacks(c, mode)) continue;
             for (const sized& size : kSizes) {
                 rows.add(c, mode, true, size);
                 if (mode.both_ways) rows.add(c, mode, false, size);
             }
         }
     }
+    for (const auto& [id, functions] : kSegmented)
+        for (std::size_t i = 0; i < std::size(kSegments); ++i)
+            if (functions[i]) rows.add_segmented(cipher_of(id), kSegments[i], functions[i], kSizes[0]);
     for (const sized& size : kSizes)
         rows.add_rc4(size);
-    for (const auto& [algorithm, mode] : kShortRows)
-        for (const sized& size : kShortSizes)
-            rows.add_messages(algorithm, mode, size);
+    for (const cipher& c : kCiphers) {
+        for (const cipher_mode& mode : {kEcb, kCbc, kCtr}) {
+            if (lacks(c, mode)) continue;
+            for (const sized& size : kShortSizes)
+                rows.add_messages(c, mode, size);
+        }
+    }
+    for (const sized& size : kShortSizes)
+        rows.add_rc4_messages(size);
     return table.run(argc, argv);
 }

@@ -11,7 +11,6 @@
 #include "cipher/aria_engine.hpp"
 #include "cipher/aria_sliced.hpp"
 #include "cipher/aria_tables.hpp"
-#include "cipher/padded_group.hpp"
 #include "cipher/portable_blocks.hpp"
 #include "core/secret.hpp"
 
@@ -452,15 +451,16 @@ template <block_mode Mode>
     }
 }
 
-template <block_mode Mode>
+// 16 blocks or, at the end of the message, fewer.
+template <block_mode Mode, class Blocks = all_blocks<16>>
 [[gnu::target(KESTRIM_ARIA_TARGET)]] void sixteen(const sliced_keys& keys, std::uint8_t* chain, const std::uint8_t* in,
-                                                  std::uint8_t* out) noexcept
+                                                  std::uint8_t* out, Blocks which = {}) noexcept
 {
     using lanes = lanes_avx512<Mode>;
     __m512i x[4];
-    lanes::template load<4>(chain, in, x);
+    lanes::load(chain, in, x, which);
     crypt16(keys, x);
-    lanes::template store<4>(chain, in, out, x);
+    lanes::store(chain, in, out, x, which);
 }
 
 template <block_mode Mode>
@@ -476,13 +476,10 @@ template <block_mode Mode>
     }
     for (; blocks >= 16; blocks -= 16, in += 256, out += 256)
         sixteen<Mode>(keys, chain, in, out);
-    if (blocks == 0) return;
-    run_padded_group<Mode, 16>(chain, in, out, blocks, [&keys](std::uint8_t* first, std::uint8_t* data) {
-        sixteen<Mode>(keys, first, data, data);
-    });
+    if (blocks != 0) sixteen<Mode>(keys, chain, in, out, first_blocks{blocks});
 }
 
-constexpr std::size_t kFewBlocks = 4; // up to here, blocks one by one are faster than a padded group
+constexpr std::size_t kFewBlocks = 4; // up to here, blocks one by one are faster than a group
 
 } // namespace
 

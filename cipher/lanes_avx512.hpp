@@ -14,72 +14,111 @@ namespace zrc {
 // Kernels that include this are compiled for at least these features.
 #define KESTRIM_TARGET_LANES KESTRIM_TARGET_AVX512
 
+// The blocks of a message that a kernel works on: as many as its vectors hold,
+template <std::size_t Blocks>
+struct all_blocks {
+    static constexpr std::size_t count = Blocks;
+
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static __m512i load(const std::uint8_t* bytes,
+                                                                                  std::size_t) noexcept
+    {
+        return _mm512_loadu_si512(bytes);
+    }
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void store(std::uint8_t* bytes, std::size_t,
+                                                                                __m512i x) noexcept
+    {
+        _mm512_storeu_si512(bytes, x);
+    }
+};
+
+// or fewer, 1 to 15, at the end of a message: behind them no memory is touched, and the lanes hold zeros.
+struct first_blocks {
+    std::size_t count;
+
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] __m512i load(const std::uint8_t* bytes,
+                                                                           std::size_t vector) const noexcept
+    {
+        return _mm512_maskz_loadu_epi64(lanes(vector), bytes);
+    }
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] void store(std::uint8_t* bytes, std::size_t vector,
+                                                                         __m512i x) const noexcept
+    {
+        _mm512_mask_storeu_epi64(bytes, lanes(vector), x);
+    }
+
+private:
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] __mmask8 lanes(std::size_t vector) const noexcept
+    {
+        return __mmask8(((std::uint32_t{1} << 2 * count) - 1) >> 8 * vector);
+    }
+};
+
 template <block_mode Mode>
 class lanes_avx512 {
     static_assert(is_parallel(Mode));
 
 public:
-    // The inputs of the cipher for the next 4 * Vectors blocks. For CTR this moves the counter in `chain` on.
-    template <std::size_t Vectors>
+    // The inputs of the cipher for the next blocks. For CTR this moves the counter in `chain` on.
+    template <std::size_t Vectors, class Blocks = all_blocks<4 * Vectors>>
     [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void
-    load(std::uint8_t* chain, const std::uint8_t* in, __m512i (&x)[Vectors]) noexcept
+    load(std::uint8_t* chain, const std::uint8_t* in, __m512i (&x)[Vectors], Blocks blocks = {}) noexcept
     {
         if constexpr (Mode == block_mode::ctr) {
-            counters(chain, x);
+            counters(chain, blocks.count, x);
         } else {
 #pragma GCC unroll 16
             for (std::size_t i = 0; i < Vectors; ++i)
-                x[i] = Mode == block_mode::cfb_decrypt ? before(chain, in, i) : at(in, i);
+                x[i] = Mode == block_mode::cfb_decrypt ? before(chain, in, i, blocks) : at(in, i, blocks);
         }
     }
 
     // Turns the cipher's outputs into the mode's and stores them, last vector first: in place, each vector still
     // finds the ciphertext before it. Moves `chain` on.
-    template <std::size_t Vectors>
+    template <std::size_t Vectors, class Blocks = all_blocks<4 * Vectors>>
     [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void
-    store(std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out, const __m512i (&y)[Vectors]) noexcept
+    store(std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out, const __m512i (&y)[Vectors],
+          Blocks blocks = {}) noexcept
     {
         constexpr bool chained = Mode == block_mode::cbc_decrypt || Mode == block_mode::cfb_decrypt;
-        constexpr std::size_t kLast = 64 * Vectors - 16;
 
         __m128i last;
-        if constexpr (chained) last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + kLast));
+        if constexpr (chained) last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 16 * (blocks.count - 1)));
 #pragma GCC unroll 16
         for (std::size_t n = 0; n < Vectors; ++n) {
             const std::size_t i = Vectors - 1 - n;
             __m512i z = y[i];
-            if constexpr (Mode == block_mode::cbc_decrypt) z = _mm512_xor_si512(z, before(chain, in, i));
+            if constexpr (Mode == block_mode::cbc_decrypt) z = _mm512_xor_si512(z, before(chain, in, i, blocks));
             if constexpr (Mode == block_mode::cfb_decrypt || Mode == block_mode::ctr)
-                z = _mm512_xor_si512(z, at(in, i));
-            _mm512_storeu_si512(out + 64 * i, z);
+                z = _mm512_xor_si512(z, at(in, i, blocks));
+            blocks.store(out + 64 * i, i, z);
         }
         if constexpr (chained) _mm_storeu_si128(reinterpret_cast<__m128i*>(chain), last);
     }
 
 private:
-    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static __m512i at(const std::uint8_t* in,
-                                                                                std::size_t vector) noexcept
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static __m512i
+    at(const std::uint8_t* in, std::size_t vector, auto blocks) noexcept
     {
-        return _mm512_loadu_si512(in + 64 * vector);
+        return blocks.load(in + 64 * vector, vector);
     }
 
     // The four ciphertext blocks that stand one place before those of `vector`.
     [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static __m512i
-    before(const std::uint8_t* chain, const std::uint8_t* in, std::size_t vector) noexcept
+    before(const std::uint8_t* chain, const std::uint8_t* in, std::size_t vector, auto blocks) noexcept
     {
-        if (vector != 0) return _mm512_loadu_si512(in + 64 * vector - 16);
-        const __m512i shifted = _mm512_alignr_epi64(at(in, 0), _mm512_setzero_si512(), 6);
+        if (vector != 0) return blocks.load(in + 64 * vector - 16, vector);
+        const __m512i shifted = _mm512_alignr_epi64(at(in, 0, blocks), _mm512_setzero_si512(), 6);
         return _mm512_inserti64x2(shifted, _mm_loadu_si128(reinterpret_cast<const __m128i*>(chain)), 0);
     }
 
     template <std::size_t Vectors>
-    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void counters(std::uint8_t* chain,
-                                                                                   __m512i (&x)[Vectors]) noexcept
+    [[gnu::always_inline, gnu::target(KESTRIM_TARGET_LANES)]] static void
+    counters(std::uint8_t* chain, std::size_t count, __m512i (&x)[Vectors]) noexcept
     {
         const __m512i reversed = _mm512_broadcast_i32x4(
             _mm_set_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F)); // one byte order to the other
         const std::uint64_t high = load_be64(chain), low = load_be64(chain + 8);
-        const std::uint64_t next = low + 4 * Vectors;
+        const std::uint64_t next = low + count;
         const __m512i base = _mm512_broadcast_i32x4(
             _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))); // lowest lane: low half
 #pragma GCC unroll 16

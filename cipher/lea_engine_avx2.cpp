@@ -6,6 +6,7 @@
 
 #include "cipher/lea_engine.hpp"
 #include "cipher/lea_sliced.hpp"
+#include "cipher/padded_group.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -60,6 +61,7 @@ struct ops {
 struct groups_avx2 {
     static constexpr std::size_t group_blocks = 8;
     static constexpr std::size_t side_by_side = 2;
+    static constexpr std::size_t worth_a_group = 3;
 
     template <block_mode Mode, std::size_t Groups>
     [[gnu::always_inline, gnu::target(KESTRIM_LEA_TARGET)]] static void
@@ -71,8 +73,24 @@ struct groups_avx2 {
         lanes_avx2<Mode>::store(chain, in, out, x);
     }
 
+    template <block_mode Mode>
+    static void rest(const ZRC_LEA_KEY& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
+                     std::size_t blocks) noexcept
+    {
+        run_padded_group<Mode, group_blocks>(chain, in, out, blocks, [&key](std::uint8_t* first, std::uint8_t* data) {
+            one_group<Mode>(key, first, data);
+        });
+    }
+
 private:
     using sliced = lea_sliced<ops>;
+
+    template <block_mode Mode>
+    [[gnu::target(KESTRIM_LEA_TARGET)]] static void one_group(const ZRC_LEA_KEY& key, std::uint8_t* chain,
+                                                              std::uint8_t* data) noexcept
+    {
+        step<Mode, 1>(key, chain, data, data);
+    }
 
     template <bool Backwards, std::size_t... Group>
     [[gnu::always_inline, gnu::target(KESTRIM_LEA_TARGET)]] static void

@@ -9,7 +9,6 @@
 #pragma once
 
 #include "cipher/lea_engine.hpp"
-#include "cipher/padded_group.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -102,9 +101,11 @@ private:
 };
 
 // A message in any mode: steps of several groups, then of one group, then what is left over. Kernel describes them:
-//   group_blocks  blocks to a group
-//   side_by_side  groups to a long step
+//   group_blocks   blocks to a group
+//   side_by_side   groups to a long step
+//   worth_a_group  fewer blocks are as fast one by one
 //   step<Mode, Groups> (const ZRC_LEA_KEY&, chain, in, out)
+//   rest<Mode> (const ZRC_LEA_KEY&, chain, in, out, blocks): fewer blocks than a group
 template <class Kernel>
 class lea_in_groups {
 public:
@@ -122,7 +123,6 @@ public:
 
 private:
     static constexpr std::size_t kGroupBlocks = Kernel::group_blocks;
-    static constexpr std::size_t kWorthAGroup = 3; // fewer blocks are as fast one by one
 
     // Works through all whole steps of `Groups` groups; returns the number of blocks done.
     template <block_mode Mode, std::size_t Groups>
@@ -144,11 +144,9 @@ private:
         std::size_t done = run_groups<Mode, Kernel::side_by_side>(key, chain, in, out, blocks);
         done += run_groups<Mode, 1>(key, chain, in + 16 * done, out + 16 * done, blocks - done);
         const std::size_t rest = blocks - done;
-        if (rest < kWorthAGroup) return lea_blocks_portable(key, Mode, chain, in + 16 * done, out + 16 * done, rest);
-        run_padded_group<Mode, kGroupBlocks>(chain, in + 16 * done, out + 16 * done, rest,
-                                             [&key](std::uint8_t* first, std::uint8_t* data) {
-                                                 run_groups<Mode, 1>(key, first, data, data, kGroupBlocks);
-                                             });
+        if (rest < Kernel::worth_a_group)
+            return lea_blocks_portable(key, Mode, chain, in + 16 * done, out + 16 * done, rest);
+        Kernel::template rest<Mode>(key, chain, in + 16 * done, out + 16 * done, rest);
     }
 };
 

@@ -7,7 +7,6 @@
 // of basis, the inversion, and one affine map for each box that also changes the basis back.
 
 #include "cipher/lanes_avx512.hpp"
-#include "cipher/padded_group.hpp"
 #include "cipher/portable_blocks.hpp"
 #include "cipher/seed_engine.hpp"
 #include "cipher/seed_tables.hpp"
@@ -239,18 +238,19 @@ constexpr std::size_t kBlockBytes = 16, kGroupBlocks = 16;
 
 template <block_mode Mode>
 struct parallel {
-    template <std::size_t Groups>
+    template <std::size_t Groups, class Blocks = all_blocks<kGroupBlocks * Groups>>
     [[gnu::target(KESTRIM_TARGET_SEED)]] static void groups(const ZRC_SEED_KEY& key, std::uint8_t* chain,
-                                                            const std::uint8_t* in, std::uint8_t* out) noexcept
+                                                            const std::uint8_t* in, std::uint8_t* out,
+                                                            Blocks which = {}) noexcept
     {
         __m512i x[4 * Groups];
-        lanes_avx512<Mode>::load(chain, in, x);
+        lanes_avx512<Mode>::load(chain, in, x, which);
         if constexpr (uses_decryption(Mode)) {
             crypt<Groups, -2>(key.round_key + 2 * key.rounds - 2, key.rounds, x);
         } else {
             crypt<Groups, 2>(key.round_key, key.rounds, x);
         }
-        lanes_avx512<Mode>::store(chain, in, out, x);
+        lanes_avx512<Mode>::store(chain, in, out, x, which);
     }
 
     static void run(const ZRC_SEED_KEY& key, std::uint8_t* chain, const std::uint8_t* in, std::uint8_t* out,
@@ -266,9 +266,7 @@ struct parallel {
         for (; blocks >= kGroupBlocks; advance(kGroupBlocks))
             groups<1>(key, chain, in, out);
         if (blocks < 2) return seed_blocks_portable(key, Mode, chain, in, out, blocks);
-        run_padded_group<Mode, kGroupBlocks>(chain, in, out, blocks, [&key](std::uint8_t* first, std::uint8_t* data) {
-            groups<1>(key, first, data, data);
-        });
+        groups<1>(key, chain, in, out, first_blocks{blocks});
     }
 };
 

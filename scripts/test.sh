@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/setup.sh
 
-kestrim_need g++ cmake ninja-build libcli11-dev libgtest-dev libssl-dev pkg-config binutils
+kestrim_need g++ cmake ninja-build libcli11-dev libgmp-dev libgtest-dev libssl-dev pkg-config binutils valgrind
 
 cmake --preset test
 cmake --build --preset test

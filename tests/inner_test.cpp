@@ -1,8 +1,9 @@
 // White-box tests of what no caller can provoke from outside: failing allocations, checks that fail, threads that meet at
-// the gate, memory that must be clean when it is released. Allocation functions are wrapped by the linker.
+// the gate, memory that must be clean when it is released.
 #include "kestrim/block_modes.h"
 #include "kestrim_crypto.h"
 #include "selftest/fault.hpp"
+#include "tests/allocator.hpp"
 #include "tests/fresh_process.hpp"
 
 #include <atomic>
@@ -11,9 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
-#include <map>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -21,90 +20,15 @@
 
 namespace {
 
+using test::allocations_until_failure;
+using test::codes_with_failing_allocations;
+using test::dirty_releases;
 using test::in_a_fresh_process;
-
-int allocations_until_failure = -1; // the allocation that fails; negative: none does
-void (*on_allocation)() = nullptr;
-
-bool tracking = false;
-std::map<void*, std::size_t>* live = nullptr; // blocks allocated while tracking
-int dirty_releases = 0;                       // blocks released while tracking that were not all zero
-
-bool allocation_fails()
-{
-    if (on_allocation) on_allocation();
-    return allocations_until_failure >= 0 && allocations_until_failure-- == 0;
-}
-
-void* note(void* block, std::size_t bytes)
-{
-    if (!tracking || !block) return block;
-    tracking = false;
-    (*live)[block] = bytes;
-    tracking = true;
-    return block;
-}
-
-} // namespace
-
-extern "C" {
-void* __real_malloc(std::size_t bytes);
-void* __real_calloc(std::size_t count, std::size_t bytes);
-void* __real_realloc(void* block, std::size_t bytes);
-void __real_free(void* block);
-
-void* __wrap_malloc(std::size_t bytes)
-{
-    if (allocation_fails()) return nullptr;
-    void* block = __real_malloc(bytes);
-    if (block) std::memset(block, 0xA5, bytes); // as what was there before may have
-    return note(block, bytes);
-}
-
-void* __wrap_calloc(std::size_t count, std::size_t bytes)
-{
-    return allocation_fails() ? nullptr : note(__real_calloc(count, bytes), count * bytes);
-}
-
-void* __wrap_realloc(void* block, std::size_t bytes)
-{
-    return allocation_fails() ? nullptr : __real_realloc(block, bytes);
-}
-
-void __wrap_free(void* block)
-{
-    if (tracking && live->count(block) != 0) {
-        const auto* bytes = static_cast<const std::uint8_t*>(block);
-        for (std::size_t i = 0; i < (*live)[block]; ++i) {
-            if (bytes[i] == 0) continue;
-            ++dirty_releases;
-            break;
-        }
-        tracking = false;
-        live->erase(block);
-        tracking = true;
-    }
-    __real_free(block);
-}
-}
-
-namespace {
+using test::on_allocation;
 
 const std::uint8_t kKey[200] = {1, 2, 3};
 const std::uint8_t kData[3] = {'a', 'b', 'c'};
 std::uint8_t output[64];
-
-// The code of `operation` for each number of allocations that succeed, until it succeeds itself.
-std::vector<std::uint32_t> codes_with_failing_allocations(const std::function<std::uint32_t()>& operation)
-{
-    std::vector<std::uint32_t> codes;
-    while (codes.empty() || codes.back() != 0) {
-        allocations_until_failure = int(codes.size());
-        codes.push_back(operation());
-        allocations_until_failure = -1;
-    }
-    return codes;
-}
 
 } // namespace
 
@@ -189,9 +113,7 @@ TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
 TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
 {
     ASSERT_EQ(ZRC_Crypto_Initialize(), 0u);
-    std::map<void*, std::size_t> blocks;
-    live = &blocks;
-    tracking = true;
+    test::release_watch watch;
 
     EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 100, kData, 3, output, nullptr), 0u);
     EXPECT_EQ(ZRC_HMAC(ZRC_SHA256, kKey, 10, nullptr, 3, output, nullptr), 0x0F04005Cu);
@@ -260,8 +182,7 @@ TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
     ZRC_Free(block);
     EXPECT_EQ(dirty_releases, 1);
 
-    tracking = false;
-    EXPECT_TRUE(blocks.empty());
+    EXPECT_EQ(watch.live_blocks(), 0u);
 }
 
 TEST(SelfTest, EachCheckCanFailAndTheGateReturnsItsCode)

@@ -38,10 +38,13 @@ struct session {
 };
 
 // Each adds its subcommand to the parser; the subcommand's callback does the work and sets the session's status.
+void add_calc(CLI::App& app, session& session);
 void add_dgst(CLI::App& app, session& session);
 void add_enc(CLI::App& app, session& session);
 void add_error(CLI::App& app, session& session);
 void add_mac(CLI::App& app, session& session);
+void add_prime(CLI::App& app, session& session);
+void add_rand(CLI::App& app, session& session);
 void add_speed(CLI::App& app, session& session);
 void add_version(CLI::App& app, session& session);
 

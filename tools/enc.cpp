@@ -4,7 +4,7 @@
 #include "tools/cipher_table.hpp"
 #include "tools/input.hpp"
 #include "tools/key.hpp"
-#include "tools/library.hpp"
+#include "tools/message_cipher.hpp"
 #include "tools/output_file.hpp"
 
 #include <CLI/CLI.hpp>
@@ -61,11 +61,11 @@ std::string complaint(const cipher_mode& cipher, const enc_options& options, std
                       : "wrong padding: the key or the IV is wrong, or the data are damaged or not padded";
 }
 
-void process(const cipher_mode& cipher, const enc_options& options, block_cipher& unit, const session& session)
+void process(const cipher_mode& cipher, const enc_options& options, message_cipher& unit, const session& session)
 {
     const std::string input = plain(options.input);
     output_file output{plain(options.output)};
-    std::vector<std::uint8_t> buffer(kPieceBytes + block_cipher::kLongestBlock);
+    std::vector<std::uint8_t> buffer(kPieceBytes + kLongestBlock);
     std::uint64_t bytes = 0;
     read_pieces(input, session, [&](auto piece) {
         bytes += piece.size();
@@ -84,12 +84,12 @@ void run(const enc_options& options, const session& session)
     if (options.no_padding) cipher.id |= ZRC_NO_PADDING;
     require_one_use_of_standard_input(options);
     const std::vector<std::uint8_t> key = read_key(options.key, session);
-    require_length(key, cipher.key_bytes, "key", cipher.name);
+    require_length(key, cipher.key_bytes, cipher.longest_key, "key", cipher.name);
     const std::vector<std::uint8_t> iv = iv_for(cipher, options, session);
 
     start_library(cipher.name, cipher.approved, session);
-    block_cipher unit{cipher.id, key, iv, !options.decrypt};
-    process(cipher, options, unit, session);
+    const auto unit = new_message_cipher(cipher, key, iv, !options.decrypt);
+    process(cipher, options, *unit, session);
 }
 
 } // namespace
@@ -97,13 +97,13 @@ void run(const enc_options& options, const session& session)
 void add_enc(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<enc_options>();
-    CLI::App* command = app.add_subcommand("enc", "Encrypt or decrypt a file with a block cipher");
+    CLI::App* command = app.add_subcommand("enc", "Encrypt or decrypt a file");
     command->add_option("-a,--algorithm", options->algorithm, cipher_mode_help())->required();
     command->add_flag("-d,--decrypt", options->decrypt, "Decrypt");
     add_key_options(*command, options->key);
     command->add_option(
         "--iv", options->iv.hex,
-        "The initialisation vector, one block, in hexadecimal. A new one for each message; not for ecb");
+        "The initialisation vector, one block, in hexadecimal. A new one for each message; not for ecb and rc4");
     command->add_option("--iv-file", options->iv.file, "File whose bytes, all of them, are the IV");
     command->add_flag("--no-padding", options->no_padding, "ECB and CBC: the message is whole blocks and stays so");
     command->add_option("-i,--input", options->input, "Input; - is standard input")->capture_default_str();

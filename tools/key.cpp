@@ -67,8 +67,15 @@ std::vector<std::uint8_t> read_iv(const value_options& options, const session& s
 
 void require_length(std::span<const std::uint8_t> value, std::size_t bytes, const char* what, const std::string& owner)
 {
-    if (value.size() == bytes) return;
-    throw failure{kUsage, std::string{"the "} + what + " of " + owner + " has " + std::to_string(bytes) +
+    require_length(value, bytes, bytes, what, owner);
+}
+
+void require_length(std::span<const std::uint8_t> value, std::size_t least, std::size_t most, const char* what,
+                    const std::string& owner)
+{
+    if (value.size() >= least && value.size() <= most) return;
+    const std::string range = least == most ? "" : " to " + std::to_string(most);
+    throw failure{kUsage, std::string{"the "} + what + " of " + owner + " has " + std::to_string(least) + range +
                               " bytes, not " + std::to_string(value.size())};
 }
 

@@ -30,7 +30,10 @@ std::vector<std::uint8_t> read_key(const value_options& options, const session& 
 // The IV: --iv or --iv-file; empty when neither is given.
 std::vector<std::uint8_t> read_iv(const value_options& options, const session& session);
 
-// Throws failure, kUsage, unless `value` has the length that `owner` needs: "the key of aes-128 has 16 bytes, not 15".
+// Throws failure, kUsage, unless `value` has the length that `owner` needs, or one between two: "the key of aes-128
+// has 16 bytes, not 15", "the key of rc4 has 1 to 256 bytes, not 300".
 void require_length(std::span<const std::uint8_t> value, std::size_t bytes, const char* what, const std::string& owner);
+void require_length(std::span<const std::uint8_t> value, std::size_t least, std::size_t most, const char* what,
+                    const std::string& owner);
 
 } // namespace tool

@@ -1,5 +1,7 @@
 #include "tools/library.hpp"
 
+#include "tools/cipher_table.hpp"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -128,33 +130,6 @@ std::vector<std::uint8_t> hmac::finish()
     return output;
 }
 
-block_cipher::block_cipher(std::uint32_t id, std::span<const std::uint8_t> key, std::span<const std::uint8_t> iv,
-                           bool encrypt)
-    : unit_{ZRC_New_BLOCK_CIPHER_Unit()}
-{
-    if (!unit_) throw std::bad_alloc{};
-    require(ZRC_Init_BLOCK_CIPHER(unit_.get(), id, key.data(), iv.empty() ? nullptr : iv.data(), encrypt ? 1 : 0),
-            "ZRC_Init_BLOCK_CIPHER");
-}
-
-std::size_t block_cipher::update(std::span<const std::uint8_t> piece, std::span<std::uint8_t> out)
-{
-    std::int32_t length = 0;
-    require(ZRC_Update_BLOCK_CIPHER(unit_.get(), out.data(), &length, piece.data(), std::int32_t(piece.size())),
-            "ZRC_Update_BLOCK_CIPHER");
-    return std::size_t(length);
-}
-
-std::optional<std::size_t> block_cipher::finish(std::span<std::uint8_t> out)
-{
-    std::int32_t length = 0;
-    const std::uint32_t code = ZRC_Final_BLOCK_CIPHER(unit_.get(), out.data(), &length);
-    const std::uint32_t reason = code & 0xFF;
-    if (reason == ZRC_ERR_CIPHER_ENCRYPT_FAILURE || reason == ZRC_ERR_CIPHER_DECRYPT_FAILURE) return {};
-    require(code, "ZRC_Final_BLOCK_CIPHER");
-    return std::size_t(length);
-}
-
 cbc_mac::cbc_mac(std::uint32_t cipher_id, std::size_t block_bytes, std::span<const std::uint8_t> key)
     : unit_{ZRC_New_CBC_MAC_Unit()}, block_bytes_{block_bytes}
 {
@@ -180,7 +155,7 @@ void cbc_mac::update(std::span<const std::uint8_t> piece)
 std::optional<std::vector<std::uint8_t>> cbc_mac::finish()
 {
     if (!rest_.empty()) return {};
-    std::vector<std::uint8_t> output(block_cipher::kLongestBlock);
+    std::vector<std::uint8_t> output(kLongestBlock);
     std::int32_t length = 0;
     require(ZRC_Final_CBC_MAC(unit_.get(), output.data(), &length), "ZRC_Final_CBC_MAC");
     output.resize(std::size_t(length));

@@ -58,25 +58,6 @@ private:
     std::unique_ptr<ZRC_HMAC_UNIT, release> unit_;
 };
 
-// One message through the block cipher unit.
-class block_cipher {
-public:
-    static constexpr std::size_t kLongestBlock = 16; // bytes
-
-    // `iv` may be empty for ECB. Both are as long as the cipher's.
-    block_cipher(std::uint32_t id, std::span<const std::uint8_t> key, std::span<const std::uint8_t> iv, bool encrypt);
-
-    // Both return the bytes written. `out` has room for the piece and a block, at the end for a block.
-    std::size_t update(std::span<const std::uint8_t> piece, std::span<std::uint8_t> out);
-    std::optional<std::size_t> finish(std::span<std::uint8_t> out); // nothing: incomplete blocks or wrong padding
-
-private:
-    struct release {
-        void operator()(ZRC_BLOCK_CIPHER_UNIT* unit) const noexcept { ZRC_Free_BLOCK_CIPHER_Unit(unit); }
-    };
-    std::unique_ptr<ZRC_BLOCK_CIPHER_UNIT, release> unit_;
-};
-
 // One message through the CBC-MAC unit, which takes whole blocks: the bytes of an incomplete one wait here.
 class cbc_mac {
 public:

@@ -10,7 +10,8 @@
 namespace {
 
 constexpr void (*kCommands[])(CLI::App&, tool::session&) = {
-    tool::add_dgst, tool::add_mac, tool::add_enc, tool::add_error, tool::add_speed, tool::add_version,
+    tool::add_dgst, tool::add_mac,   tool::add_enc,   tool::add_rand,    tool::add_prime,
+    tool::add_calc, tool::add_error, tool::add_speed, tool::add_version,
 };
 
 constexpr const char* kNotes =
@@ -40,7 +41,7 @@ tool::exit_status run(std::span<char*> arguments)
     tool::session session;
     session.arguments = arguments;
 
-    CLI::App app{"Digests, MACs and ciphers with Kestrim Crypto for C", "kestrim"};
+    CLI::App app{"Digests, MACs, ciphers, random and big numbers with Kestrim Crypto for C", "kestrim"};
     app.set_version_flag("--version", "kestrim " KESTRIM_TOOL_VERSION);
     app.footer(kNotes);
     app.require_subcommand(1);

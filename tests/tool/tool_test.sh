@@ -200,6 +200,75 @@ rc5 16 8 ecb cbc cfb ofb ctr
 bf 16 8 ecb cbc cfb ofb ctr
 CIPHERS
 
+# CFB with short segments, on a message that is not whole segments: there and back, and the first two segments as CFB
+# itself encrypts them, the second with the first at the end of the IV.
+hex() { od -An -v -tx1 | tr -d ' \n'; }
+head -c 1003 plain >message
+while read -r cipher key_bytes block segments; do
+    key_option=(-K "${key32:0:2*key_bytes}") iv=${iv16:0:2*block}
+    for bits in $segments; do
+        a=$cipher-cfb$bits
+        expect "$a encrypts" 0 "" "$kestrim" enc -a $a "${key_option[@]}" --iv $iv -i message -o cipher
+        [[ $(stat -c %s cipher) == 1003 ]] || complain "$a: length" "$(stat -c %s cipher)"
+        expect "$a decrypts" 0 "" "$kestrim" enc -d -a $a "${key_option[@]}" --iv $iv -i cipher -o back
+        cmp message back || complain "$a: round trip" $?
+        ((bits > 1)) || continue
+        n=$((bits / 8)) first=$(head -c $((bits / 8)) cipher | hex) register=$iv
+        register+=$first
+        for piece in "1 $iv" "$((n + 1)) ${register: -2*block}"; do
+            tail -c "+${piece% *}" message | head -c $n |
+                "$kestrim" enc -a $cipher-cfb "${key_option[@]}" --iv "${piece#* }"
+        done >segments
+        cmp -n $((2 * n)) segments cipher || complain "$a: first segments" $?
+    done
+done <<'CIPHERS'
+aes-128 16 16 1 8 16 32 64
+aes-192 24 16 1 8 16 32 64
+aes-256 32 16 1 8 16 32 64
+aria-128 16 16 1 8 16 32 64
+aria-192 24 16 1 8 16 32 64
+aria-256 32 16 1 8 16 32 64
+seed 16 16 1 8 16 32 64
+seed-256 32 16 1 8 16 32 64
+lea-128 16 16 1 8 16 32 64
+lea-192 24 16 1 8 16 32 64
+lea-256 32 16 1 8 16 32 64
+des 8 8 1 8 16 32
+des-ede 16 8 1 8 16 32
+des-ede3 24 8 1 8 16 32
+rc2-40 5 8 1 8 16 32
+rc2-64 8 8 1 8 16 32
+rc2-128 16 8 1 8 16 32
+rc5 16 8 1 8 16 32 64
+bf 16 8 1 8 16 32
+CIPHERS
+"$kestrim" enc -a aria-256-cfb64 -K "$key32" --iv $iv16 -i plain -o cipher
+expect "cfb64, pieces of any size" 0 "" bash -c \
+    '{ head -c 3; sleep 0.1; head -c 70001; sleep 0.1; cat; } <plain | "$0" enc "$@" | cmp - cipher' \
+    "$kestrim" -a aria-256-cfb64 -K "$key32" --iv $iv16
+"$kestrim" enc -a lea-128-cfb8 -K $key16 --iv $iv16 -i plain -o same && "$kestrim" enc -d -a lea-128-cfb8 -K $key16 \
+    --iv $iv16 -i same -o same && cmp plain same || complain "cfb8, the same file" $?
+
+# RC4: RFC 6229, and keys of any length there and back.
+expect "rc4: published keystream" 0 " b2 39 63 05 f0 3d c0 27 cc c3 52 4a 0a 11 18 a8" bash -c 'head -c 16 ../large | "$0" enc "$@" | od -An -tx1' \
+    "$kestrim" -a RC4 -K 0102030405
+for bytes in 1 16 256; do
+    head -c $bytes plain >rc4.key
+    "$kestrim" enc -a rc4 --key-file rc4.key -i plain -o cipher || complain "rc4 encrypts" $?
+    ! cmp -s -n 64 plain cipher || complain "rc4: not encrypted" 0
+    expect "rc4 decrypts" 0 "" bash -c '{ head -c 7; sleep 0.1; cat; } <cipher | "$0" enc -d "$@" | cmp - plain' \
+        "$kestrim" -a rc4 --key-file rc4.key
+done
+
+# The same as another program's, where there is one that has the cipher.
+others() { openssl enc -provider default -provider legacy "$@"; }
+for a in aes-128-cfb1 aes-128-cfb8 aria-128-cfb1 aria-128-cfb8 rc4; do
+    options=(-K $key16 -iv $iv16)
+    [[ $a != rc4 ]] || options=(-K $key16)
+    others -$a "${options[@]}" -in plain -out theirs &>/dev/null || continue
+    expect "$a: OpenSSL's" 0 "" bash -c '"$0" enc "$@" -i plain | cmp - theirs' "$kestrim" -a $a "${options[@]/-iv/--iv}"
+done
+
 # A block each from FIPS 197 and RFC 5794; the tests of the library take that further.
 while read -r cipher block_key text; do
     expect "$cipher: published block" 0 " $text" bash -c \
@@ -212,20 +281,20 @@ BLOCKS
 
 cbc=(enc -a aria-128-cbc -K "$key16" --iv "$iv16")
 "$kestrim" "${cbc[@]}" -i plain -o cipher
-expect "approved modes" 0 "" bash -c 'for a in aria-256-ecb ARIA256-CFB aria-256-cfb128 aria-256-ofb; do
+expect "approved modes" 0 "" bash -c 'for a in aria-256-ecb ARIA256-CFB aria-256-cfb128 aria-256-cfb8 aria-256-ofb; do
     "$0" enc --proven -a $a -K $1 $([[ $a == *ecb ]] || echo --iv $2) -i plain -o out || exit; done' \
     "$kestrim" "${key32}" $iv16
-for a in aria-128-ctr seed-ctr seed-256-cbc aes-128-cbc lea-128-ecb; do
+for a in aria-128-ctr seed-ctr seed-256-cbc aes-128-cbc aes-128-cfb8 lea-128-ecb rc4; do
     size=32
     [[ $a != seed-256* ]] || size=64
     options=(--iv "$iv16")
-    [[ $a != *ecb ]] || options=()
+    [[ $a != *ecb && $a != rc4 ]] || options=()
     expect_message "refused: $a" 3 "$a is not an approved" \
         "$kestrim" enc --proven -a $a -K "${key32:0:size}" "${options[@]}" -i plain -o refused
 done
 
 # What is there stays when something fails, and nothing is left over.
-rm -f out cipher.* back
+rm -f out cipher.* back same segments theirs rc4.key
 printf 'as it was' >kept
 head -c -16 cipher >short
 head -c -1 cipher >ragged
@@ -250,13 +319,15 @@ refused "key too short" 2 "key of aria-256-cbc has 32 bytes, not 16" enc -a aria
 refused "key too long" 2 "key of des-ede-ecb has 16 bytes, not 17" enc -a des-ede-ecb -K ${key16}00 -i plain
 refused "iv too short" 2 "IV of seed-cbc has 16 bytes, not 8" enc -a seed-cbc -K $key16 --iv 0011223344556677 -i plain
 refused "no iv" 2 "seed-ofb needs --iv" enc -a seed-ofb -K $key16 -i plain
+refused "key of rc4 too long" 2 "key of rc4 has 1 to 256 bytes, not 1003" enc -a rc4 --key-file message -i plain
+refused "iv for rc4" 2 "rc4 takes no IV" enc -a rc4 -K $key16 --iv $iv16 -i plain
 refused "iv for ecb" 2 "seed-ecb takes no IV" enc -a seed-ecb -K $key16 --iv $iv16 -i plain
 refused "iv that is not hexadecimal" 2 "hexadecimal digits" enc -a seed-ofb -K $key16 --iv xyz0 -i plain
 refused "huge key" 2 "too long for a key" enc -a seed-ecb --key-file ../large -i plain
 refused "huge option" 2 "not 60000" enc -a seed-ecb -K "$(printf '%0120000d' 0)" -i plain
 refused "two ivs" 2 "either --iv or" enc -a seed-ofb -K $key16 --iv $iv16 --iv-file plain -i plain
 refused "standard input twice" 2 "only one of key, IV" "${cbc[@]:0:3}" -K $key16 --iv-file - -i -
-for a in aes aes-128 aes-128-xts des-cfb128 rc2-64-ctr ""; do
+for a in aes aes-128 aes-128-xts des-cfb128 bf-cfb64 rc2-64-ctr rc4-cbc ""; do
     refused "unknown algorithm '$a'" 2 "unknown cipher and mode|required|requires" enc -a "$a" -K $key16 -i plain
 done
 expect_message "output is a folder" 1 "logs: Is a directory" "$kestrim" "${cbc[@]}" -i plain -o logs
@@ -268,7 +339,7 @@ expect_message "limited file size" 1 "big: File too large" \
 [[ $(ls -A) == "$before" ]] || complain "files left over" 1
 
 # Empty messages: one block of padding, or nothing.
-for a in ecb:16 cbc:16 cfb:0 ofb:0 ctr:0; do
+for a in ecb:16 cbc:16 cfb:0 cfb1:0 cfb16:0 ofb:0 ctr:0; do
     options=(enc -a "aes-128-${a%:*}" -K "$key16")
     [[ $a == ecb* ]] || options+=(--iv "$iv16")
     "$kestrim" "${options[@]}" -i ../empty -o out && [[ $(stat -c %s out) == "${a#*:}" ]] || complain "empty, $a" $?
@@ -311,11 +382,124 @@ exec {message}>&-
 cd .. || exit 1
 
 # speed: a line for each, with four numbers above 0.
-"$kestrim" speed sha256 ARIA-128-cbc >logs/out 2>logs/err && [[ $(wc -l <logs/out) == 3 ]] &&
+"$kestrim" speed sha256 ARIA-128-cbc rc4 >logs/out 2>logs/err && [[ $(wc -l <logs/out) == 4 ]] &&
     tail -n +2 logs/out | awk '{ if (NF != 5 || $2 * $3 * $4 * $5 <= 0) exit 1; names = names $1 }
-        END { exit names != "sha256aria-128-cbc" }' || complain "speed" $?
+        END { exit names != "sha256aria-128-cbcrc4" }' || complain "speed" $?
 expect_message "speed of nothing known" 2 "unknown algorithm aes-128" "$kestrim" speed md5 aes-128
 expect_message "refused: speed" 3 "not an approved" "$kestrim" --proven speed sha256
+
+# rand: as many bytes as asked, never the same, in three forms.
+while read -r size bytes; do
+    "$kestrim" rand "$size" >logs/out 2>logs/err && [[ $(stat -c %s logs/out) == "$bytes" && ! -s logs/err ]] ||
+        complain "rand $size" $?
+done <<'SIZES'
+0 0
+1 1
+262145 262145
+2K 2048
+3MiB 3145728
+SIZES
+"$kestrim" rand 1000 -o random.1 && "$kestrim" rand 1000 -o random.2 && [[ $(stat -c %s random.1) == 1000 ]] &&
+    ! cmp -s -n 16 random.1 random.2 || complain "rand is not random" $?
+expect "no bytes in hexadecimal" 0 "" "$kestrim" rand 0 --hex
+for bytes in 1 31 32 33 50000; do
+    full=$((bytes / 32)) rest=$((bytes % 32)) # bytes in a line of 64 digits
+    "$kestrim" rand $bytes --hex >logs/out 2>logs/err && awk -v full=$full -v rest=$rest \
+        '/[^0-9a-f]/ || length != (NR <= full ? 64 : 2 * rest) { exit 1 } END { if (NR != full + (rest > 0)) exit 1 }' \
+        logs/out || complain "rand $bytes --hex" $?
+done
+for bytes in 1 2 3 48 49 50000; do
+    "$kestrim" rand $bytes --base64 -o text && base64 -d text >decoded &&
+        [[ $(stat -c %s decoded) == "$bytes" ]] && base64 -w 64 decoded | cmp text - || complain "rand $bytes --base64" $?
+done
+expect_message "rand in two forms" 2 "one of --hex and --base64" "$kestrim" rand 5 --hex --base64
+for nonsense in "" -5 x 5x 1.5K 16E 99999999999999999999 "5 6"; do
+    # shellcheck disable=SC2086 # the words are meant to be split
+    expect_message "rand '$nonsense'" 2 "." "$kestrim" rand $nonsense
+done
+expect_message "rand without a folder" 1 "nowhere/x: No such file" "$kestrim" rand 5 -o nowhere/x
+
+# prime: two digits of a number are two bits or more, so the length in bits is that of the text and its first digit.
+prime_bits() { local -A first=([1]=1 [2]=2 [3]=2 [4]=3 [5]=3 [6]=3 [7]=3); echo $((4 * ${#1} - 4 + ${first[${1:0:1}]:-4})); }
+for bits in 2 3 17 64 65 511 1024; do
+    "$kestrim" prime -b $bits -n 3 >primes 2>logs/err && [[ $(wc -l <primes) == 3 ]] || complain "prime -b $bits" $?
+    while read -r prime; do
+        [[ $(prime_bits $prime) == "$bits" ]] || complain "prime -b $bits: $prime" "$(prime_bits $prime)"
+        expect "its test" 0 prime "$kestrim" prime -t $prime
+        ! command -v openssl >/dev/null || openssl prime -hex $prime | grep -q 'is prime' || complain "OpenSSL: $prime" 1
+    done <primes
+done
+expect "a number and its decimal form" 0 "" bash -c '"$0" prime -b 31 --dec | { read -r prime &&
+    (( prime >> 30 == 1 )) && "$0" prime -t $(printf %x $prime) | cmp - <(echo prime); }' "$kestrim"
+# The least number that is a strong pseudoprime to the bases 2, 3, 5 and 7 is 3215031751; 2^127 - 1 is prime.
+for value in 2 3 0x11 0000000000000000000011 7fffffffffffffffffffffffffffffff; do
+    expect "prime -t $value" 0 prime "$kestrim" prime -t $value
+done
+for value in 0 1 4 f BFA17DC7 7fffffffffffffffffffffffffffffff0 80000000000000000000000000000001; do
+    expect "prime -t $value" 1 "not prime" "$kestrim" prime -t $value
+done
+for nonsense in "" --dec "-n 3" "-b 1" "-b 0" "-b 64x" "-b 16385" "-b 64 -n 0" "-t 5 -b 5" "-t 5 -n 2" "-t 5 --dec" \
+    "-t xyz" "-t 0x" "-t [5]" "-t -5"; do
+    # shellcheck disable=SC2086
+    expect_message "prime $nonsense" 2 "." "$kestrim" prime $nonsense
+done
+expect_message "prime -t ''" 2 "not a hexadecimal number" "$kestrim" prime -t ""
+
+# calc: A and E are the SHA-256 digests of "a" and "e", P is 2^255 - 19; the results of the long ones come from another
+# program's integers.
+A=ca978112ca1bbdcafac231b39a23dc4da786eff8147c4e72b9807785afee48bb
+E=3f79bb7b435b05321651daefd374cdc681dc06faa65e374e38337b88ca046dea
+P=7fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffffed
+AE=323b9ebdd8ffc73a6cf74027e459e44020dd36e7bd985e0dcd9f4996632adaeecb6c632f7d79711179ad979b25148f8c3cd0e4f17de00f12f6036d8ff5b219ee
+while read -r result expression; do
+    # shellcheck disable=SC2086
+    expect "calc $expression" 0 "$result" "$kestrim" calc $expression
+done <<EXPRESSIONS
+3 add 1 2
+100000000000000000000000000000000 add ffffffffffffffffffffffffffffffff 1
+0 add 0x0 0000
+0 sub 5 5
+ffffffffffffffffffffffffffffffff sub 100000000000000000000000000000000 1
+0 mul 0 5
+0 mul $A 0
+$AE mul $A $E
+340282366920938463426481119284349108225 mul --dec FFFFFFFFFFFFFFFF ffffffffffffffff
+$E div $AE $A
+64773d7bb1ff8e74d9ee804fc8b3c88041ba6dcf7b30bc1b9b3e932cc655b5ec div $AE $P
+4045f35db37103bda6611d870a6c71111da70b57a27e051f7ba859e2ae0e9a72 mod $AE $P
+4045f35db37103bda6611d870a6c71111da70b57a27e051f7ba859e2ae0e9a72 modmul $A $E $P
+0 div 2 3
+6 gcd c 12
+5 gcd 0 5
+7db5ba74a71bf81af2a1c284b55449023d21fc877d198266ee23e9e666f9166c inverse $A $P
+4 inverse 3 b
+7973bcb1411a8d293fdb22e1b97afbd4ebdff2651d78dc86da71f7e7abd3af0b modexp $A $E $P
+5660761529b811b9e41a6d1a6da03bcd8e83533cbdd6c17693bfb3ce47b687a1 modexp $A $E ${P%d}c
+ae6 modexp 41 11 ca1
+41 modexp ae6 ac1 ca1
+1 modexp $A ${P%d}c $P
+1 modexp 7 0 5
+0 modexp 7 0 1
+0 modexp a 3 5
+EXPRESSIONS
+while IFS=: read -r expression code; do
+    # shellcheck disable=SC2086
+    expect_message "calc $expression" 1 "$code" "$kestrim" calc $expression
+done <<'EXPRESSIONS'
+sub 1 2:sub failed: 0x040E002B ZRC_L_BIGINT ZRC_F_SUB_BIGINT ZRC_ERR_INVALID_INPUT
+div 5 0:div failed: 0x04100028 ZRC_L_BIGINT ZRC_F_DIV_BIGINT ZRC_ERR_INTERNAL
+mod 5 0:mod failed: 0x04100028
+modmul 5 6 0:modmul failed: 0x0413003E
+inverse 3 9:inverse failed: 0x04070041 ZRC_L_BIGINT ZRC_F_MOD_INVERSE_BIGINT ZRC_ERR_MOD_INVERSE_BIGINT_FAIL
+inverse 0 9:inverse failed: 0x04070041
+modexp 2 3 0:modexp failed: 0x0414003E
+modexp 2 0 0:modexp failed: 0x04100028
+EXPRESSIONS
+for nonsense in "" add "add 1" "add 1 2 3" "add 1 2 3 4" "modexp 1 2" "ADD 1 2" "pow 2 3" "add 1 -2" "add 1 zz" \
+    "add 1 0x" "add [1,2] 3" "[add 1 2"; do
+    # shellcheck disable=SC2086
+    expect_message "calc $nonsense" 2 "." "$kestrim" calc $nonsense
+done
 
 # The key leaves the list of processes: while the tool waits for the message, the list shows asterisks.
 mkfifo pipe
@@ -365,7 +549,8 @@ done
 expect_message "no command" 2 "subcommand is required" "$kestrim"
 expect_message "unknown option" 2 "--bogus" "$kestrim" dgst --bogus abc
 "$kestrim" --help >logs/out 2>logs/err && grep -q "dgst" logs/out || complain "help" $?
-for command in "dgst abc" "dgst -c good.list" "mac -K 00 abc" "error 0" version --help; do
+for command in "dgst abc" "dgst -c good.list" "mac -K 00 abc" "rand 5" "rand 5 --hex" "prime -b 64" "prime -t 5" "calc add 1 2" \
+    "error 0" version --help; do
     # shellcheck disable=SC2086 # the words are meant to be split
     expect_message "full disk: $command" 1 "write error: No space left" bash -c '"$0" "$@" >/dev/full' "$kestrim" $command
     # shellcheck disable=SC2086

@@ -1,0 +1,340 @@
+// Primes: the table, the sieve against the plain search, witnesses against plain arithmetic, published primes and
+// composites, generation of all sizes, quirks and codes.
+#include "bigint/miller_rabin.hpp"
+#include "bigint/prime_sieve.hpp"
+#include "bigint/small_primes.hpp"
+#include "core/owned.hpp"
+#include "kestrim/bigint_arithmetic.h"
+#include "kestrim/bigint_prime.h"
+#include "kestrim/digest.h"
+#include "tests/vector_file.hpp"
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using test::bytes;
+using bigint = zrc::owned<ZRC_BIGINT, ZRC_Free_BIGINT>;
+using word_list = std::vector<std::uint32_t>;
+
+bigint of(const word_list& words)
+{
+    bigint bn{ZRC_New_BIGINT()};
+    EXPECT_EQ(zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size()) + 1), bn.get());
+    std::copy(words.begin(), words.end(), bn->data);
+    bn->length = std::int32_t(words.size());
+    return bn;
+}
+
+bigint of_bytes(const bytes& data)
+{
+    return bigint{ZRC_Binary_To_BIGINT(data.data(), std::int32_t(data.size()), nullptr)};
+}
+
+// A value of exactly `bits` bits.
+bigint random_value(test::repeatable& random, std::uint32_t bits)
+{
+    bytes data = random.data((bits + 7) / 8);
+    const unsigned top = (bits - 1) % 8;
+    data[0] = std::uint8_t((data[0] | 1U << top) & ((2U << top) - 1));
+    return of_bytes(data);
+}
+
+std::uint64_t value_of(const bigint& bn)
+{
+    std::uint64_t value = 0;
+    for (std::int32_t i = bn->length; i-- > 0;)
+        value = value << 32 | bn->data[i];
+    return value;
+}
+
+bool is_prime_by_division(std::uint64_t n)
+{
+    for (std::uint64_t d = 2; d * d <= n; ++d)
+        if (n % d == 0) return false;
+    return n >= 2;
+}
+
+// The odd primes that the sieve is to look at for candidates of `bits` bits.
+std::vector<std::uint32_t> sieving_primes(std::uint32_t bits)
+{
+    std::vector<std::uint32_t> primes;
+    for (const std::uint32_t prime : zrc::small_prime)
+        if (prime != 2 && (bits > 31 || prime * prime < std::uint32_t{1} << (bits - 1))) primes.push_back(prime);
+    return primes;
+}
+
+class Prime : public testing::Test {
+protected:
+    ~Prime() override { EXPECT_TRUE(pool_->depth == -1 && pool_->used == 0) << pool_->depth << " " << pool_->used; }
+
+    ZRC_BIGINT_POOL* pool() { return pool_.get(); }
+    std::int32_t test(const bigint& n, std::int32_t rounds) { return ZRC_Is_BIGINT_Prime_Ex(n.get(), rounds, pool()); }
+
+    std::uint64_t generated(std::int32_t bits)
+    {
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), bits, pool()), 0U);
+        EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), std::uint32_t(bits));
+        return value_of(result_);
+    }
+
+    bigint result_ = of({1});
+
+private:
+    zrc::owned<ZRC_BIGINT_POOL, ZRC_Free_BIGINT_Pool> pool_{ZRC_New_BIGINT_Pool()};
+};
+
+TEST_F(Prime, TableIsThePublishedOne)
+{
+    bytes little, big;
+    for (const std::uint16_t prime : zrc::small_prime) {
+        little.insert(little.end(), {std::uint8_t(prime), std::uint8_t(prime >> 8)});
+        big.insert(big.end(), {std::uint8_t(prime >> 8), std::uint8_t(prime)});
+    }
+    const test::stanza expected = test::read_vectors("primes.txt", "table").at(0);
+    const auto sha256 = [](const bytes& data) {
+        bytes digest(32);
+        EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, data.data(), std::int32_t(data.size()), digest.data(), nullptr), 0U);
+        return digest;
+    };
+    EXPECT_EQ(sha256(little), expected["sha256_le16"]);
+    EXPECT_EQ(sha256(big), expected["sha256_be16"]);
+}
+
+TEST_F(Prime, PublishedPrimesAndCompositesAreTold)
+{
+    for (const test::stanza& vector : test::read_vectors("primes.txt", "primes")) {
+        const bigint n = of_bytes(vector["value"]);
+        EXPECT_EQ(test(n, n->length > 64 ? 2 : 5), 1) << vector.place;
+    }
+    for (const test::stanza& vector : test::read_vectors("primes.txt", "composites")) {
+        const bigint n = of_bytes(vector["value"]);
+        EXPECT_EQ(test(n, 40), -1) << vector.place; // up to 39 witnesses, each wrong with 1/4 at most
+    }
+}
+
+// Strong pseudoprimes pass the bases that they are known to pass, and no more.
+TEST_F(Prime, WitnessesOfPublishedComposites)
+{
+    for (const test::stanza& vector : test::read_vectors("primes.txt", "composites")) {
+        const bigint n = of_bytes(vector["value"]);
+        zrc::witnessed_number number{std::size_t(n->length)};
+        number.set(*n);
+        const auto passes = [&](const bigint& base) {
+            number.set_witness(*base);
+            return zrc::test_witness(number) == zrc::verdict::probable_prime;
+        };
+        const std::size_t passed = vector["passes"].at(0);
+        for (std::size_t i = 0; i < passed; ++i)
+            EXPECT_TRUE(passes(of({zrc::small_prime.at(i)}))) << vector.place << " base " << zrc::small_prime.at(i);
+        EXPECT_FALSE(passes(of_bytes(vector["witness"]))) << vector.place;
+    }
+}
+
+TEST_F(Prime, AllWitnessesOfSmallNumbers)
+{
+    const auto power = [](std::uint64_t a, std::uint64_t e, std::uint64_t n) {
+        std::uint64_t result = 1;
+        for (; e != 0; e >>= 1, a = a * a % n)
+            if ((e & 1) != 0) result = result * a % n;
+        return result;
+    };
+    const auto passes = [&](std::uint64_t a, std::uint64_t n) {
+        if (a > n - 1) a %= n - 1;
+        std::uint64_t d = n - 1, s = 0;
+        for (; d % 2 == 0; d /= 2)
+            ++s;
+        if (power(a, d, n) == 1) return true;
+        for (std::uint64_t i = 0; i < s; ++i)
+            if (power(a, d << i, n) == n - 1) return true;
+        return false;
+    };
+    zrc::witnessed_number first{1}, second{1};
+    std::vector<std::uint32_t> numbers{65537, 0xFFFF, 0x10001 + 2}; // many squarings and none
+    for (std::uint32_t n = 3; n < 300; n += 2)
+        numbers.push_back(n);
+    for (const std::uint32_t n : numbers) {
+        const bigint value = of({n});
+        first.set(*value);
+        second.set(*value);
+        const std::uint32_t end = std::uint32_t{1} << first.bits();
+        for (std::uint32_t a = end / 2; a < std::min(end, end / 2 + 300); ++a) {
+            const std::uint32_t other = end - 1 - (a - end / 2);
+            first.set_witness(*of({a}));
+            second.set_witness(*of({other}));
+            const zrc::verdict_pair verdicts = zrc::test_witnesses(first, second);
+            ASSERT_EQ(verdicts.first == zrc::verdict::probable_prime, passes(a, n)) << a << " of " << n;
+            ASSERT_EQ(verdicts.second == zrc::verdict::probable_prime, passes(other, n)) << other << " of " << n;
+        }
+    }
+}
+
+// The odd part of n - 1 lies in high words.
+TEST_F(Prime, NumbersWithManyZeroBits)
+{
+    EXPECT_EQ(test(of({1, 0, 0, 1}), 20), -1); // 2^96 + 1
+    EXPECT_EQ(test(of({1, 0, 1}), 20), -1);    // 2^64 + 1
+    EXPECT_EQ(test(of({1, 0, 13}), 20), -1);   // 13 2^64 + 1
+    EXPECT_EQ(test(of({1, 0x180}), 20), -1);   // 3 2^39 + 1
+    EXPECT_EQ(test(of({1, 0x600}), 20), 1);    // 3 2^41 + 1, a factor of the Fermat number F_38
+    EXPECT_EQ(test(of({1, 0xA0000000}), 20), -1);
+    EXPECT_EQ(test(of({1, 0, 0, 0x80}), 20), -1); // 2^103 + 1
+}
+
+TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
+{
+    for (const std::int32_t rounds : {1, 0, -1, INT_MIN}) {
+        EXPECT_EQ(test(of({3}), rounds), -1);
+        EXPECT_EQ(test(of({0xFFFFFFFB}), rounds), -1);
+        EXPECT_EQ(test(of({2}), rounds), 1);
+    }
+    // Of the witnesses 8 to 15, 8 and 9 let 9 pass.
+    int with_one = 0, with_two = 0;
+    for (int i = 0; i < 800; ++i) {
+        with_one += test(of({9}), 2) == 1;
+        with_two += test(of({9}), 3) == 1;
+    }
+    EXPECT_TRUE(with_one > 120 && with_one < 280) << with_one; // 200 expected, deviation 12
+    EXPECT_TRUE(with_two > 8 && with_two < 100) << with_two;   // 50 expected, deviation 7
+    EXPECT_EQ(test(of({9}), 40), -1);
+}
+
+TEST_F(Prime, NumbersThatAreNotTested)
+{
+    for (const std::int32_t rounds : {1, 10}) {
+        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(nullptr, rounds, pool()), 0);
+        EXPECT_EQ(ZRC_Is_BIGINT_Prime(nullptr, rounds, pool(), 0), 0);
+        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(ZRC_Value_Zero_BIGINT(), rounds, pool()), 0);
+        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(ZRC_Value_One_BIGINT(), rounds, pool()), -1);
+        EXPECT_EQ(test(of({}), rounds), 0);
+        EXPECT_EQ(test(of({0, 0}), rounds), 0);
+        EXPECT_EQ(test(of({4}), rounds), 0);
+        EXPECT_EQ(test(of({2, 1}), rounds), 0);
+        EXPECT_EQ(test(of({1, 0}), rounds), -1);
+        EXPECT_EQ(test(of({2, 0, 0}), rounds), 1);
+    }
+    EXPECT_EQ(test(of({13, 0, 0}), 10), 1); // not normalised
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(of({13}).get(), 10, nullptr), 1);
+}
+
+// delta as the plain loop finds it, up to several windows of the sieve's.
+TEST_F(Prime, SieveFindsWhatThePlainSearchFinds)
+{
+    test::repeatable random{44};
+    std::uint32_t largest = 0;
+    std::vector<std::uint32_t> sizes{96, 127, 500, 512, 1000, 1024, 1025, 2048, 4100};
+    for (std::uint32_t bits = 2; bits < 70; ++bits)
+        sizes.push_back(bits);
+    for (const std::uint32_t bits : sizes) {
+        zrc::prime_sieve sieve{bits};
+        const std::vector<std::uint32_t> primes = sieving_primes(bits);
+        for (int i = 0; i < 24; ++i) {
+            const bigint candidate = random_value(random, bits);
+            candidate->data[0] |= 1;
+            std::uint32_t delta = 0;
+            const auto refuses = [&](std::uint32_t prime) {
+                return (ZRC_Mod_BIGINT_Word(candidate.get(), prime) + delta) % prime <= 1;
+            };
+            while (std::any_of(primes.begin(), primes.end(), refuses))
+                delta += 2;
+            ASSERT_EQ(sieve.find(*candidate), delta) << bits;
+            largest = std::max(largest, delta);
+        }
+    }
+    EXPECT_GT(largest, 1024U);
+}
+
+// Each odd prime that the search can come to, and no other number, comes.
+TEST_F(Prime, GeneratedPrimesOfFewBits)
+{
+    for (std::int32_t bits = 2; bits <= 8; ++bits) {
+        std::set<std::uint64_t> possible, seen;
+        const std::vector<std::uint32_t> primes = sieving_primes(std::uint32_t(bits));
+        for (std::uint64_t n = (std::uint64_t{1} << (bits - 1)) + 1; n >> bits == 0; n += 2) {
+            const auto refuses = [&](std::uint32_t prime) { return n % prime <= 1; };
+            if (is_prime_by_division(n) && std::none_of(primes.begin(), primes.end(), refuses)) possible.insert(n);
+        }
+        for (int i = 0; i < 500; ++i)
+            seen.insert(generated(bits));
+        EXPECT_EQ(seen, possible) << bits;
+    }
+}
+
+TEST_F(Prime, GeneratedPrimesOfUpTo40Bits)
+{
+    for (std::int32_t bits = 9; bits <= 40; ++bits) {
+        const std::vector<std::uint32_t> primes = sieving_primes(std::uint32_t(bits));
+        for (int i = 0; i < 5; ++i) {
+            const std::uint64_t n = generated(bits);
+            const auto refuses = [&](std::uint32_t prime) { return n % prime <= 1; };
+            EXPECT_TRUE(is_prime_by_division(n)) << n;
+            EXPECT_TRUE(std::none_of(primes.begin(), primes.end(), refuses)) << n;
+        }
+    }
+}
+
+TEST_F(Prime, GeneratedPrimesOfManyBits)
+{
+    for (const std::int32_t bits : {63, 64, 65, 127, 128, 150, 256, 300, 512, 544, 1024}) {
+        const bigint before{ZRC_Dup_BIGINT(result_.get())};
+        generated(bits);
+        EXPECT_NE(ZRC_Cmp_BIGINT(result_.get(), before.get()), 0);
+        EXPECT_EQ(result_->data[0] & 1, 1U);
+        EXPECT_EQ(test(result_, 10), 1);
+        for (const std::uint32_t prime : sieving_primes(std::uint32_t(bits)))
+            ASSERT_GT(ZRC_Mod_BIGINT_Word(result_.get(), prime), 1U) << prime;
+    }
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), 160, nullptr), 0U);
+    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), 160U);
+}
+
+TEST_F(Prime, LegacyGeneratorServesThePlainFunctions)
+{
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 3, pool(), 0), 1);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFD}).get(), 10, nullptr, ZRC_SHA256), -1);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 1, pool(), 0), -1);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), 1300, pool(), 0), 0U); // asks for few random values
+    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), 1300U);
+    EXPECT_EQ(test(result_, 5), 1);
+
+    constexpr std::int32_t kUnknown = 0x7777;
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 3, pool(), kUnknown), 0);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), 64, pool(), kUnknown), 0x041E004DU);
+}
+
+TEST_F(Prime, CodesOfGeneration)
+{
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(nullptr, 64, pool()), 0x041E0049U);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(nullptr, 64, pool(), 0), 0x041E0049U);
+    for (const std::int32_t bits : {1, 0, -1, INT_MIN, INT_MAX}) {
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), bits, pool()), 0x041E004DU);
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), bits, nullptr, 0), 0x041E004DU);
+    }
+
+    std::uint32_t words[2];
+    ZRC_BIGINT fixed{words, 0, 2, ZRC_BIGINT_STATIC};
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(&fixed, 65, pool()), 0x041E004DU);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(&fixed, 64, pool()), 0U);
+    EXPECT_TRUE(fixed.data == words && fixed.length == 2);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(&fixed, 20, pool()), 1);
+}
+
+TEST_F(Prime, PoolWithoutRoomForAFrame)
+{
+    int frames = 0;
+    while (ZRC_Start_BIGINT_Pool(pool()) == 0) // until all 80 are open
+        ++frames;
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), 64, pool()), 0x041E0057U);
+    EXPECT_EQ(test(of({13}), 2), 0);
+    EXPECT_EQ(test(of({13}), 1), -1);
+    while (frames-- > 0)
+        ZRC_Finish_BIGINT_Pool(pool());
+}
+
+} // namespace

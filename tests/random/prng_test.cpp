@@ -1,0 +1,330 @@
+// The legacy generator: published outputs, G from every algorithm, the continuous test, forks, and the codes of its
+// unit.
+#include "kestrim/block_cipher.h"
+#include "kestrim/digest.h"
+#include "kestrim/has160.h"
+#include "kestrim/md5.h"
+#include "kestrim/prng.h"
+#include "kestrim/sha.h"
+#include "random/prng.hpp"
+#include "random/process_number.hpp"
+#include "tests/vector_file.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using test::bytes;
+using test::hex;
+
+struct free_unit {
+    void operator()(ZRC_PRNG_UNIT* unit) const { ZRC_Free_PRNG_Unit(unit); }
+};
+using unit_ptr = std::unique_ptr<ZRC_PRNG_UNIT, free_unit>;
+
+constexpr ZRC_PRNG_UNIT kFresh{};
+
+unit_ptr initialised(std::int32_t algorithm)
+{
+    unit_ptr unit{ZRC_New_PRNG_Unit()};
+    EXPECT_EQ(ZRC_Init_PRNG(unit.get(), algorithm, nullptr), 0U);
+    return unit;
+}
+
+bytes get(const unit_ptr& unit, std::size_t length)
+{
+    bytes out(length, 0xEE);
+    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), std::int32_t(length)), 0U);
+    return out;
+}
+
+// A generator with state of its own.
+class generator {
+public:
+    generator(const zrc::g_function& g, const bytes& key) : g_{g}, key_{key}, last_g_(g.bytes) {}
+    generator(std::int32_t algorithm, const bytes& key) : generator{*zrc::find_g_function(algorithm), key} {}
+    // As the unit would go on.
+    explicit generator(const ZRC_PRNG_UNIT& unit) : generator{unit.algorithm_id, {}}
+    {
+        key_.assign(unit.key, unit.key + g_.bytes);
+        last_g_.assign(unit.last_g, unit.last_g + g_.bytes);
+    }
+
+    bool fill(bytes& out) { return zrc::legacy_generator{g_, key_, last_g_}.fill(out); }
+    bytes get(std::size_t length)
+    {
+        bytes out(length);
+        EXPECT_TRUE(fill(out));
+        return out;
+    }
+    const bytes& key() const { return key_; }
+
+private:
+    const zrc::g_function& g_;
+    bytes key_, last_g_;
+};
+
+TEST(Prng, GivesThePublishedOutputs)
+{
+    const std::pair<const char*, std::int32_t> sections[] = {
+        {"published", ZRC_SHA1}, {"outputs SHA-1", ZRC_SHA1}, {"outputs DES", ZRC_DES}};
+    for (const auto& [section, algorithm] : sections) {
+        for (const test::stanza& v : test::read_vectors("prng.txt", section)) {
+            const bytes& expected = v["outputs"];
+            generator g{algorithm, v["xkey"]};
+            EXPECT_EQ(hex(g.get(expected.size())), hex(expected)) << v.place;
+            EXPECT_EQ(hex(g.key()), hex(v["xkey_after"])) << v.place;
+        }
+    }
+}
+
+// And the rest of an output that was not used up is lost.
+TEST(Prng, AShorterRequestTakesTheLeadingBytes)
+{
+    const bytes key(28, 0x5A);
+    const bytes whole = generator{ZRC_SHA224, key}.get(3 * 56);
+    for (std::size_t length = 1; length <= whole.size(); ++length) {
+        generator g{ZRC_SHA224, key}, same_steps{ZRC_SHA224, key};
+        EXPECT_EQ(hex(g.get(length)), hex(std::span{whole}.first(length)));
+        same_steps.get((length + 55) / 56 * 56);
+        EXPECT_EQ(hex(g.key()), hex(same_steps.key())) << length;
+    }
+}
+
+TEST(Prng, GHasItsKnownValues)
+{
+    const auto words = [](const bytes& t) {
+        std::array<std::uint32_t, 5> result{};
+        for (std::size_t i = 0; i < 5; ++i)
+            result[i] = zrc::load_be32(t.data() + 4 * i);
+        return result;
+    };
+    std::array<std::uint8_t, 20> g;
+    for (const test::stanza& v : test::read_vectors("prng.txt", "G from SHA-1")) {
+        zrc::g_from_sha1(words(v["t"]), v["c"], g);
+        EXPECT_EQ(hex(g), hex(v["g"])) << v.place;
+    }
+    for (const test::stanza& v : test::read_vectors("prng.txt", "G from DES")) {
+        ASSERT_EQ(v["c"].size(), 20U);
+        zrc::g_from_des(words(v["t"]), std::span{v["c"]}.first<20>(), g);
+        EXPECT_EQ(hex(g), hex(v["g"])) << v.place;
+    }
+}
+
+// G as the public functions of the digest make it.
+template <class State>
+bytes g_by_hand(const bytes& key, std::uint32_t (*init)(State*), std::uint32_t (*compress)(State*, const std::uint8_t*),
+                bool big_endian)
+{
+    State state;
+    bytes block = key, g;
+    block.resize(sizeof state.buffer);
+    EXPECT_EQ(init(&state), 0U);
+    EXPECT_EQ(compress(&state, block.data()), 0U);
+    std::vector<std::uint32_t> words(std::begin(state.h), std::end(state.h));
+    if constexpr (std::is_same_v<State, ZRC_SHA512_STATE>) // the low half of each word is first
+        for (std::size_t i = 0; i < words.size(); i += 2)
+            std::swap(words[i], words[i + 1]);
+    for (const std::uint32_t word : words)
+        for (int i = 0; i < 4; ++i)
+            g.push_back(std::uint8_t(word >> 8 * (big_endian ? 3 - i : i)));
+    g.resize(key.size());
+    return g;
+}
+
+struct algorithm {
+    std::int32_t id;
+    std::size_t length; // bytes of a value of G and of the key
+    bytes (*g)(const bytes& key);
+};
+const algorithm kAlgorithms[] = {
+    {ZRC_SHA1, 20, [](const bytes& key) { return g_by_hand(key, zrc_Init_SHA1, comp_SHA1, true); }},
+    {ZRC_SHA224, 28, [](const bytes& key) { return g_by_hand(key, zrc_Init_SHA224, comp_SHA256, true); }},
+    {ZRC_SHA256, 32, [](const bytes& key) { return g_by_hand(key, zrc_Init_SHA256, comp_SHA256, true); }},
+    {ZRC_SHA384, 48, [](const bytes& key) { return g_by_hand(key, zrc_Init_SHA384, comp_SHA512, true); }},
+    {ZRC_SHA512, 64, [](const bytes& key) { return g_by_hand(key, zrc_Init_SHA512, comp_SHA512, true); }},
+    {ZRC_MD5, 16, [](const bytes& key) { return g_by_hand(key, zrc_Init_MD5, comp_MD5, false); }},
+    {ZRC_HAS160, 20, [](const bytes& key) { return g_by_hand(key, zrc_Init_HAS160, comp_HAS160, false); }},
+    {ZRC_DES, 20, nullptr},
+};
+
+// Every algorithm through the unit: what its key says has to come, and as much of the key as there is was seeded.
+TEST(Prng, TheUnitRunsTheGeneratorOfEveryAlgorithm)
+{
+    for (const algorithm& a : kAlgorithms) {
+        const unit_ptr unit = initialised(a.id);
+        EXPECT_EQ(unit->algorithm_id, a.id);
+        EXPECT_EQ(unit->proven, 0);
+        EXPECT_NE(hex({unit->key, a.length}), hex(bytes(a.length))) << a.id;
+        EXPECT_NE(hex({unit->key + a.length - 8, 8}), hex(bytes(8))) << a.id;
+        EXPECT_EQ(hex({unit->key + a.length, 64 - a.length}), hex(bytes(64 - a.length))) << a.id;
+        EXPECT_NE(hex(initialised(a.id)->key), hex(unit->key)) << a.id;
+
+        generator same{*unit};
+        if (a.g) {
+            const bytes g = a.g(same.key());
+            EXPECT_EQ(hex(generator{a.id, same.key()}.get(a.length)), hex(g)) << a.id;
+        }
+        for (const std::size_t length : {1U, 39U, 128U, 129U, 1000U})
+            EXPECT_EQ(hex(get(unit, length)), hex(same.get(length))) << a.id << " " << length;
+        EXPECT_EQ(hex({unit->key, a.length}), hex(same.key())) << a.id;
+    }
+    EXPECT_EQ(initialised(0)->algorithm_id, ZRC_SHA1);
+}
+
+TEST(Prng, AGeneratorThatIsStuckGivesNothing)
+{
+    static constexpr zrc::g_function kStuck{
+        1, 20, [](zrc::byte_span, std::span<std::uint8_t> g) noexcept { std::ranges::fill(g, std::uint8_t{0x77}); }};
+    static constexpr zrc::g_function kZero{
+        1, 20, [](zrc::byte_span, std::span<std::uint8_t> g) noexcept { std::ranges::fill(g, std::uint8_t{0}); }};
+    for (const zrc::g_function* g : {&kStuck, &kZero}) {
+        for (const std::size_t length : {1U, 20U, 21U, 100U}) {
+            bytes out(length, 0xEE);
+            EXPECT_FALSE((generator{*g, bytes(20, 1)}.fill(out))) << length;
+            EXPECT_EQ(hex(out), hex(bytes(length))) << length;
+        }
+    }
+
+    // The unit remembers the last value from one request to the next.
+    const unit_ptr unit = initialised(ZRC_SHA256);
+    get(unit, 5);
+    const bytes next = generator{*unit}.get(32);
+    std::copy(next.begin(), next.end(), unit->last_g);
+    bytes out(100, 0xEE);
+    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), 100), 0x14040067U);
+    EXPECT_EQ(hex(out), hex(bytes(100)));
+    EXPECT_EQ(std::memcmp(unit.get(), &kFresh, sizeof kFresh), 0);
+    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), 100), 0x1404004BU);
+}
+
+// What `scenario` returns in a child process.
+bytes in_a_child(const std::function<bytes()>& scenario)
+{
+    int ends[2];
+    if (pipe(ends) != 0) return {};
+    const pid_t child = fork();
+    if (child == 0) {
+        const bytes result = scenario();
+        _exit(write(ends[1], result.data(), result.size()) == ssize_t(result.size()) ? 0 : 1);
+    }
+    close(ends[1]);
+    bytes result(1000);
+    const ssize_t got = read(ends[0], result.data(), result.size());
+    close(ends[0]);
+    result.resize(got > 0 ? std::size_t(got) : 0);
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    return result;
+}
+
+TEST(Prng, NoChildRepeatsItsParent)
+{
+    const unit_ptr unit = initialised(ZRC_SHA1);
+    get(unit, 40);
+    generator same{*unit};
+    const auto draw = [&] { return get(unit, 40); };
+    const auto draw_after_a_grandchild = [&] {
+        bytes result = in_a_child(draw);
+        const bytes own = draw();
+        result.insert(result.end(), own.begin(), own.end());
+        return result;
+    };
+    const auto draw_twice = [&] { return get(unit, 80); };
+
+    std::vector<std::string> streams;
+    for (const bytes& stream :
+         {in_a_child(draw), in_a_child(draw), in_a_child(draw_after_a_grandchild), in_a_child(draw_twice), draw()}) {
+        ASSERT_EQ(stream.size() % 40, 0U);
+        ASSERT_NE(stream.size(), 0U);
+        for (std::size_t at = 0; at < stream.size(); at += 40)
+            streams.push_back(hex(std::span{stream}.subspan(at, 40)));
+    }
+    EXPECT_EQ(streams.size(), 7U);
+    EXPECT_EQ(streams.back(), hex(same.get(40))); // in the parent, nothing has changed
+    EXPECT_EQ(hex(draw()), hex(same.get(40)));
+    std::ranges::sort(streams);
+    EXPECT_EQ(std::ranges::adjacent_find(streams), streams.end());
+}
+
+TEST(Prng, NoProcessHasTheNumberOfAnAncestor)
+{
+    const auto number = [] {
+        bytes n(4);
+        zrc::store_be32(n.data(), zrc::process_number());
+        return n;
+    };
+    const bytes own = number();
+    EXPECT_NE(own, bytes(4));
+    EXPECT_EQ(own, number());
+    const bytes descendants = in_a_child([&] {
+        bytes numbers = number();
+        const bytes of_a_grandchild = in_a_child(number);
+        numbers.insert(numbers.end(), of_a_grandchild.begin(), of_a_grandchild.end());
+        return numbers;
+    });
+    ASSERT_EQ(descendants.size(), 8U);
+    const bytes child(descendants.begin(), descendants.begin() + 4),
+        grandchild(descendants.begin() + 4, descendants.end());
+    EXPECT_NE(child, own);
+    EXPECT_NE(grandchild, child);
+    EXPECT_NE(grandchild, own);
+    EXPECT_NE(in_a_child([&] { return in_a_child(number); }), own); // of a child that never asked
+    EXPECT_EQ(number(), own);
+}
+
+TEST(Prng, Codes)
+{
+    const unit_ptr good = initialised(ZRC_SHA1), fresh{ZRC_New_PRNG_Unit()}, refused = initialised(ZRC_SHA1);
+    ASSERT_EQ(std::memcmp(fresh.get(), &kFresh, sizeof kFresh), 0);
+    const ZRC_PRNG_UNIT before = *good;
+    std::uint8_t out[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    const struct {
+        const char* what;
+        std::uint32_t code, expected;
+    } cases[] = {
+        {"init null unit", ZRC_Init_PRNG(nullptr, ZRC_SHA1, nullptr), 0x14010049},
+        {"init unknown digest", ZRC_Init_PRNG(refused.get(), 0x05000600, nullptr), 0x14070029},
+        {"init MDC-2", ZRC_Init_PRNG(refused.get(), ZRC_MDC2, nullptr), 0x14070029},
+        {"init HMAC identifier", ZRC_Init_PRNG(refused.get(), ZRC_HMAC_SHA1, nullptr), 0x14070029},
+        {"init triple DES", ZRC_Init_PRNG(refused.get(), ZRC_DES_EDE, nullptr), 0x14070029},
+        {"init -1", ZRC_Init_PRNG(refused.get(), -1, nullptr), 0x14070029},
+        {"get null unit", ZRC_Get_Rand(nullptr, out, 4), 0x14040049},
+        {"get null output", ZRC_Get_Rand(good.get(), nullptr, 4), 0x14040049},
+        {"get length 0", ZRC_Get_Rand(good.get(), out, 0), 0x1404002B},
+        {"get length -1", ZRC_Get_Rand(good.get(), out, -1), 0x1404002B},
+        {"get fresh", ZRC_Get_Rand(fresh.get(), out, 4), 0x1404004B},
+        {"get after a refused init", ZRC_Get_Rand(refused.get(), out, 4), 0x1404004B},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.code, c.expected) << c.what;
+    EXPECT_EQ(hex(out), "eeeeeeee");
+    EXPECT_EQ(std::memcmp(good.get(), &before, sizeof before), 0);
+    EXPECT_EQ(std::memcmp(refused.get(), &kFresh, sizeof kFresh), 0); // the key it had is gone
+}
+
+TEST(Prng, CleanLeavesNothing)
+{
+    const unit_ptr unit = initialised(ZRC_SHA512);
+    get(unit, 10);
+    for (int twice = 0; twice < 2; ++twice) {
+        ZRC_Clean_PRNG_Unit(unit.get());
+        EXPECT_EQ(std::memcmp(unit.get(), &kFresh, sizeof kFresh), 0);
+    }
+    EXPECT_EQ(ZRC_Init_PRNG(unit.get(), ZRC_MD5, nullptr), 0U);
+    EXPECT_EQ(hex(std::span{unit->key}.subspan(16)), hex(bytes(48)));
+    ZRC_Clean_PRNG_Unit(nullptr);
+    ZRC_Free_PRNG_Unit(nullptr);
+}
+
+} // namespace

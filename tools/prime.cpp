@@ -1,0 +1,78 @@
+// kestrim prime: random primes, and the test of a number.
+#include "tools/command.hpp"
+#include "tools/library.hpp"
+#include "tools/number.hpp"
+#include "tools/output.hpp"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <memory>
+
+namespace tool {
+namespace {
+
+constexpr int kMostBits = 16384;
+constexpr std::int32_t kWitnesses = 64;
+
+struct prime_options {
+    int bits = 0;
+    int count = 1;
+    bool decimal = false;
+    std::string value;
+};
+
+// Throws when the library could not tell. It says so with the 0 that an even number gets, too.
+bool is_prime(const ZRC_BIGINT& value, std::int32_t witnesses, ZRC_BIGINT_POOL& pool)
+{
+    const std::int32_t verdict = ZRC_Is_BIGINT_Prime_Ex(&value, witnesses + 1, &pool);
+    if (verdict == 0 && ZRC_Is_BIGINT_Bit_Set(&value, 0) == 1) throw failure{kFailed, "the number cannot be tested"};
+    return verdict == 1;
+}
+
+// Ends with kFailed for what is no prime, so that scripts can ask. 0 and 1 are neither prime nor composite.
+exit_status check(const prime_options& options)
+{
+    const number value = parse_number(options.value);
+    const bool prime = is_prime(*value, kWitnesses, *new_number_pool());
+    write(prime ? "prime\n" : "not prime\n");
+    return prime ? kOk : kFailed;
+}
+
+void generate(const prime_options& options)
+{
+    const number value = new_number();
+    const number_pool pool = new_number_pool();
+    for (int i = 0; i < options.count; ++i) {
+        require(ZRC_Generate_BIGINT_Prime_Ex(value.get(), options.bits, pool.get()), "ZRC_Generate_BIGINT_Prime_Ex");
+        // A search that is cut short leaves a candidate that was not tested to the end.
+        if (!is_prime(*value, 1, *pool)) throw failure{kFailed, "the search for a prime failed"};
+        write(to_text(*value, options.decimal) + '\n');
+    }
+}
+
+} // namespace
+
+void add_prime(CLI::App& app, session& session)
+{
+    const auto options = std::make_shared<prime_options>();
+    CLI::App* command = app.add_subcommand("prime", "Generate random primes, or test whether a number is one");
+    auto* bits = command->add_option("-b,--bits", options->bits, "Generate a prime of exactly so many bits")
+                     ->check(CLI::Range(2, kMostBits));
+    command->add_option("-n,--count", options->count, "So many of them")->check(CLI::Range(1, 1000000))->needs(bits);
+    auto* test = command->add_option("-t,--test", options->value,
+                                     "Test this number (hexadecimal) with 64 Miller-Rabin witnesses; status 1: not "
+                                     "prime. Other users can see it in the list of processes");
+    test->excludes(bits);
+    command->add_flag("--dec", options->decimal, "Decimal output")->needs(bits);
+    command->callback([options, test, &session] {
+        if (test->count() != 0) {
+            session.status = check(*options);
+        } else if (options->bits != 0) {
+            generate(*options);
+        } else {
+            throw failure{kUsage, "prime needs --bits or --test"};
+        }
+    });
+}
+
+} // namespace tool

@@ -1,0 +1,82 @@
+// kestrim rand: bytes of the random generator.
+#include "tools/arguments.hpp"
+#include "tools/command.hpp"
+#include "tools/hex.hpp"
+#include "tools/number.hpp"
+#include "tools/output_file.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace tool {
+namespace {
+
+struct rand_options {
+    std::uint64_t bytes = 0;
+    bool hex = false;
+    bool base64 = false;
+    std::string output = "-";
+};
+
+std::string to_base64(std::span<const std::uint8_t> bytes)
+{
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        const auto byte = [&](std::size_t i) { return at + i < bytes.size() ? std::uint32_t{bytes[at + i]} : 0; };
+        const std::uint32_t group = byte(0) << 16 | byte(1) << 8 | byte(2);
+        const std::size_t digits = std::min<std::size_t>(bytes.size() - at, 3) + 1;
+        for (std::size_t i = 0; i < 4; ++i)
+            text += i < digits ? kDigits[group >> (18 - 6 * i) & 63] : '=';
+    }
+    return text;
+}
+
+// A line of text for so many bytes.
+constexpr std::size_t kHexLine = 32, kBase64Line = 48;
+
+void run(const rand_options& options)
+{
+    if (options.hex && options.base64) throw failure{kUsage, "choose one of --hex and --base64"};
+    const std::size_t line = options.hex ? kHexLine : options.base64 ? kBase64Line : 0;
+
+    output_file output{plain(options.output)};
+    std::vector<std::uint8_t> buffer(line != 0 ? line * 1024 : 1 << 18);
+    for (std::uint64_t left = options.bytes; left != 0;) {
+        const auto piece = std::span{buffer}.first(std::size_t(std::min<std::uint64_t>(left, buffer.size())));
+        random_bytes(piece);
+        left -= piece.size();
+        if (line == 0) {
+            output.write(piece);
+            continue;
+        }
+        for (auto rest = piece; !rest.empty(); rest = rest.subspan(std::min(line, rest.size()))) {
+            const auto part = rest.first(std::min(line, rest.size()));
+            const std::string text = (options.hex ? to_hex(part) : to_base64(part)) + '\n';
+            output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+        }
+    }
+    output.commit();
+}
+
+} // namespace
+
+void add_rand(CLI::App& app, session&)
+{
+    const auto options = std::make_shared<rand_options>();
+    CLI::App* command = app.add_subcommand("rand", "Random bytes: Hash_DRBG with SHA-256");
+    command->add_option("bytes", options->bytes, "How many; 64M is 64 MiB")
+        ->required()
+        ->transform(CLI::AsSizeValue{false});
+    command->add_flag("--hex", options->hex, "As lines of hexadecimal digits");
+    command->add_flag("--base64", options->base64, "As lines of base64");
+    command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
+    command->callback([options] { run(*options); });
+}
+
+} // namespace tool
