@@ -1,8 +1,8 @@
 // Big numbers of this library and of its peers behind one face, and rows that time one operation on both.
 //
 // A library is a struct with its name, its type `number`, made of and giving bytes (big-endian, without zeros in
-// front), and its type `scratch`, what its functions take for temporaries. An operation gets two results, six operands
-// at most, and the scratch.
+// front), and its type `scratch`, what its functions take for temporaries. An operation gets two results, the
+// operands of a set, and the scratch.
 #pragma once
 
 #include "bench/comparison.hpp"
@@ -18,15 +18,17 @@
 #include <openssl/bn.h>
 #endif
 
-#include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace bench {
 
 using bytes = std::vector<std::uint8_t>;
 using operand_set = std::vector<bytes>;
+
+constexpr std::size_t kLengths[] = {1024, 2048, 4096}; // bits
 
 // The table counts bytes: with this number of them for an operation its columns are operations per second.
 constexpr std::size_t kOperation = 1000000;
@@ -170,7 +172,7 @@ struct mbedtls {
 // Random operands, the same in every run.
 class operand_source {
 public:
-    // The top bits are those of `top`, so that a number with a greater one is greater.
+    // `top` holds the top two bits: a number with 0xC0 is above one with 0x80.
     bytes number(std::size_t bits, std::uint8_t top, bool odd)
     {
         bytes result(bits / 8);

@@ -8,7 +8,7 @@ int main(int argc, char** argv)
     using namespace bench;
     comparison table;
     operand_source source;
-    for (const std::size_t bits : {1024, 2048, 4096}) {
+    for (const std::size_t bits : kLengths) {
         std::vector<operand_set> sets(4);
         for (operand_set& set : sets)
             for (int i = 0; i < 2; ++i)
