@@ -108,9 +108,9 @@ show_status 1 kestrim dgst --check list
 
 title "Encrypting and decrypting the library"
 cp "$library" library.so
-head -c 32 /dev/urandom >key32
+show kestrim rand 32 -o key32
 head -c 16 key32 >key16
-head -c 16 /dev/urandom >iv
+show kestrim rand 16 -o iv
 hex() { od -An -v -tx1 "$1" | tr -d ' \n'; }
 for cipher in aria-256 seed lea-256 aes-256; do
     key=key32
@@ -137,6 +137,19 @@ head -c 4096 library.so >blocks
 show kestrim mac -a cbc-mac-aria-256 --key-file key32 blocks
 head -c 8 key32 >key8
 show kestrim mac -a des-mac --key-file key8 text
+
+title "Random primes and big numbers"
+for bits in 256 1024; do
+    show kestrim prime -b $bits | tee prime
+    prime=$(tail -n 1 prime)
+    agree "bits of the prime" $bits "$((4 * ${#prime}))" # its first digit is 8 or more
+    show kestrim prime -t "$prime"
+    base=$(kestrim rand 16 --hex)
+    agree "Fermat: a^(p-1) mod p" 1 "$(kestrim calc modexp "$base" "$(kestrim calc sub "$prime" 1)" "$prime")"
+    if command -v openssl >/dev/null; then
+        agree "openssl prime" 1 "$(openssl prime -hex "$prime" | grep -c 'is prime')"
+    fi
+done
 
 title "Speed"
 show kestrim speed sha256 aria-256-cbc seed-cbc lea-256-ctr aes-256-ctr

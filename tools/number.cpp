@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <fcntl.h>
 #include <new>
+#include <unistd.h>
 
 namespace tool {
 namespace {
@@ -56,6 +58,16 @@ std::string to_text(const ZRC_BIGINT& value, bool decimal)
     digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
     std::ranges::transform(digits, digits.begin(), [](unsigned char c) { return char(std::tolower(c)); });
     return digits;
+}
+
+void occupy_standard_streams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0) continue;
+        // The wrong way round, so that reading or writing fails as on a closed one.
+        const int opened = ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        if (opened != stream) throw failure{kFailed, "a standard stream is closed, and there is no /dev/null for it"};
+    }
 }
 
 void random_bytes(std::span<std::uint8_t> bytes)

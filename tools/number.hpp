@@ -30,8 +30,12 @@ number parse_number(std::string_view word);
 // Lower-case hexadecimal without leading zeros, or decimal digits.
 std::string to_text(const ZRC_BIGINT& value, bool decimal);
 
-// Fills `bytes` from the library's random generator, in requests that it takes: one with bad arguments would lock it for
-// good. After a failure, which throws, it must not be asked again.
+// Opens /dev/null in the place of standard streams that are closed: the library does not read the random device
+// through one of their descriptors. To be called before anything random is asked for.
+void occupy_standard_streams();
+
+// Fills `bytes` from the library's random generator, in requests that it takes: one with bad arguments would lock it
+// for good. After a failure, which throws, it must not be asked again.
 void random_bytes(std::span<std::uint8_t> bytes);
 
 } // namespace tool

@@ -59,12 +59,13 @@ void add_prime(CLI::App& app, session& session)
     auto* bits = command->add_option("-b,--bits", options->bits, "Generate a prime of exactly so many bits")
                      ->check(CLI::Range(2, kMostBits));
     command->add_option("-n,--count", options->count, "So many of them")->check(CLI::Range(1, 1000000))->needs(bits);
-    auto* test = command->add_option("-t,--test", options->value,
-                                     "Test this number (hexadecimal) with 64 Miller-Rabin witnesses; status 1: not "
-                                     "prime. Other users can see it in the list of processes");
+    auto* test =
+        command->add_option("-t,--test", options->value,
+                            "Test this number (hexadecimal) with 64 Miller-Rabin witnesses; status 1: no prime");
     test->excludes(bits);
     command->add_flag("--dec", options->decimal, "Decimal output")->needs(bits);
     command->callback([options, test, &session] {
+        occupy_standard_streams();
         if (test->count() != 0) {
             session.status = check(*options);
         } else if (options->bits != 0) {

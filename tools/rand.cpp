@@ -7,21 +7,41 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace tool {
 namespace {
 
 struct rand_options {
-    std::uint64_t bytes = 0;
+    std::string size;
     bool hex = false;
     bool base64 = false;
     std::string output = "-";
 };
+
+// Decimal digits and perhaps K, M or G, of either case. Not left to CLI11, to which -5 is huge and 010 is 8.
+std::uint64_t parse_size(const std::string& text)
+{
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    auto [rest, error] = std::from_chars(text.data(), end, number);
+    unsigned shift = 0;
+    if (error == std::errc{} && rest != end) {
+        const char unit = char(std::toupper(static_cast<unsigned char>(*rest++)));
+        shift = unit == 'K' ? 10 : unit == 'M' ? 20 : unit == 'G' ? 30 : 64;
+    }
+    const bool valid = error == std::errc{} && rest == end && shift < 64 && number <= kMost >> shift;
+    if (!valid) throw failure{kUsage, "not a number of bytes: " + text};
+    return number << shift;
+}
 
 std::string to_base64(std::span<const std::uint8_t> bytes)
 {
@@ -43,11 +63,13 @@ constexpr std::size_t kHexLine = 32, kBase64Line = 48;
 void run(const rand_options& options)
 {
     if (options.hex && options.base64) throw failure{kUsage, "choose one of --hex and --base64"};
+    const std::uint64_t bytes = parse_size(plain(options.size));
     const std::size_t line = options.hex ? kHexLine : options.base64 ? kBase64Line : 0;
 
+    occupy_standard_streams();
     output_file output{plain(options.output)};
     std::vector<std::uint8_t> buffer(line != 0 ? line * 1024 : 1 << 18);
-    for (std::uint64_t left = options.bytes; left != 0;) {
+    for (std::uint64_t left = bytes; left != 0;) {
         const auto piece = std::span{buffer}.first(std::size_t(std::min<std::uint64_t>(left, buffer.size())));
         random_bytes(piece);
         left -= piece.size();
@@ -70,12 +92,13 @@ void add_rand(CLI::App& app, session&)
 {
     const auto options = std::make_shared<rand_options>();
     CLI::App* command = app.add_subcommand("rand", "Random bytes: Hash_DRBG with SHA-256");
-    command->add_option("bytes", options->bytes, "How many; 64M is 64 MiB")
-        ->required()
-        ->transform(CLI::AsSizeValue{false});
+    command
+        ->add_option("bytes", options->size, "How many: a decimal number; K, M or G behind it stands for KiB, MiB, GiB")
+        ->required();
     command->add_flag("--hex", options->hex, "As lines of hexadecimal digits");
     command->add_flag("--base64", options->base64, "As lines of base64");
     command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
+    command->footer("The output gets the usual permissions: umask 077 keeps a key from other users.");
     command->callback([options] { run(*options); });
 }
 

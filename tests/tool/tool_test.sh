@@ -263,8 +263,8 @@ done
 # The same as another program's, where there is one that has the cipher.
 others() { openssl enc -provider default -provider legacy "$@"; }
 for a in aes-128-cfb1 aes-128-cfb8 aria-128-cfb1 aria-128-cfb8 rc4; do
-    options=(-K $key16 -iv $iv16)
-    [[ $a != rc4 ]] || options=(-K $key16)
+    options=(-K "$key16" -iv "$iv16")
+    [[ $a != rc4 ]] || options=(-K "$key16")
     others -$a "${options[@]}" -in plain -out theirs &>/dev/null || continue
     expect "$a: OpenSSL's" 0 "" bash -c '"$0" enc "$@" -i plain | cmp - theirs' "$kestrim" -a $a "${options[@]/-iv/--iv}"
 done
@@ -397,7 +397,8 @@ done <<'SIZES'
 1 1
 262145 262145
 2K 2048
-3MiB 3145728
+3m 3145728
+010 10
 SIZES
 "$kestrim" rand 1000 -o random.1 && "$kestrim" rand 1000 -o random.2 && [[ $(stat -c %s random.1) == 1000 ]] &&
     ! cmp -s -n 16 random.1 random.2 || complain "rand is not random" $?
@@ -410,23 +411,38 @@ for bytes in 1 31 32 33 50000; do
 done
 for bytes in 1 2 3 48 49 50000; do
     "$kestrim" rand $bytes --base64 -o text && base64 -d text >decoded &&
-        [[ $(stat -c %s decoded) == "$bytes" ]] && base64 -w 64 decoded | cmp text - || complain "rand $bytes --base64" $?
+        [[ $(stat -c %s decoded) == "$bytes" ]] && base64 -w 64 decoded | cmp text - ||
+        complain "rand $bytes --base64" $?
 done
 expect_message "rand in two forms" 2 "one of --hex and --base64" "$kestrim" rand 5 --hex --base64
-for nonsense in "" -5 x 5x 1.5K 16E 99999999999999999999 "5 6"; do
+# A size that is taken for a huge one would fill the disk.
+for nonsense in "" -5 "-- -5" +5 x K 5x 5KK 1.5K 0x10 16G0 17179869184G 99999999999999999999 "[5]" "5 6"; do
     # shellcheck disable=SC2086 # the words are meant to be split
-    expect_message "rand '$nonsense'" 2 "." "$kestrim" rand $nonsense
+    expect_message "rand '$nonsense'" 2 "." timeout 5 "$kestrim" rand $nonsense
 done
+# The library reads the random device through no descriptor of a standard stream, also when that is closed.
+if strace -o trace true &>/dev/null; then
+    for command in "rand 5 --hex" "prime -b 64"; do
+        # shellcheck disable=SC2086
+        strace -f -o trace "$kestrim" $command >logs/out 2>logs/err <&- && grep -q 'urandom.* = [3-9]' trace ||
+            complain "$command, closed input" $?
+    done
+fi
 expect_message "rand without a folder" 1 "nowhere/x: No such file" "$kestrim" rand 5 -o nowhere/x
 
-# prime: two digits of a number are two bits or more, so the length in bits is that of the text and its first digit.
-prime_bits() { local -A first=([1]=1 [2]=2 [3]=2 [4]=3 [5]=3 [6]=3 [7]=3); echo $((4 * ${#1} - 4 + ${first[${1:0:1}]:-4})); }
+# prime: exactly the length asked for, which the digits behind the first and the bits of that make.
+prime_bits()
+{
+    local -A first=([1]=1 [2]=2 [3]=2 [4]=3 [5]=3 [6]=3 [7]=3)
+    echo $((4 * ${#1} - 4 + ${first[${1:0:1}]:-4}))
+}
 for bits in 2 3 17 64 65 511 1024; do
     "$kestrim" prime -b $bits -n 3 >primes 2>logs/err && [[ $(wc -l <primes) == 3 ]] || complain "prime -b $bits" $?
     while read -r prime; do
         [[ $(prime_bits $prime) == "$bits" ]] || complain "prime -b $bits: $prime" "$(prime_bits $prime)"
         expect "its test" 0 prime "$kestrim" prime -t $prime
-        ! command -v openssl >/dev/null || openssl prime -hex $prime | grep -q 'is prime' || complain "OpenSSL: $prime" 1
+        command -v openssl >/dev/null || continue
+        openssl prime -hex $prime | grep -q 'is prime' || complain "OpenSSL: $prime" 1
     done <primes
 done
 expect "a number and its decimal form" 0 "" bash -c '"$0" prime -b 31 --dec | { read -r prime &&
@@ -486,11 +502,11 @@ while IFS=: read -r expression code; do
     # shellcheck disable=SC2086
     expect_message "calc $expression" 1 "$code" "$kestrim" calc $expression
 done <<'EXPRESSIONS'
-sub 1 2:sub failed: 0x040E002B ZRC_L_BIGINT ZRC_F_SUB_BIGINT ZRC_ERR_INVALID_INPUT
-div 5 0:div failed: 0x04100028 ZRC_L_BIGINT ZRC_F_DIV_BIGINT ZRC_ERR_INTERNAL
+sub 1 2:sub failed: 0x040E002B ZRC_L_BIGINT .*ZRC_ERR_INVALID_INPUT
+div 5 0:div failed: 0x04100028 ZRC_L_BIGINT .*ZRC_ERR_INTERNAL
 mod 5 0:mod failed: 0x04100028
 modmul 5 6 0:modmul failed: 0x0413003E
-inverse 3 9:inverse failed: 0x04070041 ZRC_L_BIGINT ZRC_F_MOD_INVERSE_BIGINT ZRC_ERR_MOD_INVERSE_BIGINT_FAIL
+inverse 3 9:inverse failed: 0x04070041 ZRC_L_BIGINT .*ZRC_ERR_MOD_INVERSE_BIGINT_FAIL
 inverse 0 9:inverse failed: 0x04070041
 modexp 2 3 0:modexp failed: 0x0414003E
 modexp 2 0 0:modexp failed: 0x04100028
@@ -549,8 +565,8 @@ done
 expect_message "no command" 2 "subcommand is required" "$kestrim"
 expect_message "unknown option" 2 "--bogus" "$kestrim" dgst --bogus abc
 "$kestrim" --help >logs/out 2>logs/err && grep -q "dgst" logs/out || complain "help" $?
-for command in "dgst abc" "dgst -c good.list" "mac -K 00 abc" "rand 5" "rand 5 --hex" "prime -b 64" "prime -t 5" "calc add 1 2" \
-    "error 0" version --help; do
+for command in "dgst abc" "dgst -c good.list" "mac -K 00 abc" "rand 5" "rand 5 --hex" \
+    "prime -b 64" "prime -t 5" "calc add 1 2" "error 0" version --help; do
     # shellcheck disable=SC2086 # the words are meant to be split
     expect_message "full disk: $command" 1 "write error: No space left" bash -c '"$0" "$@" >/dev/full' "$kestrim" $command
     # shellcheck disable=SC2086
