@@ -199,6 +199,7 @@ std::uint32_t ZRC_Rand_Bytes_DRBG(std::uint8_t* buffer, std::int32_t length, std
     return zrc_Get_Rand_Bytes_DRBG(buffer, length, type, digest_id, prediction_resistance, nullptr);
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the request that it goes into writes it
 std::uint32_t zrc_Get_Rand_Bytes_DRBG(std::uint8_t* buffer, std::int32_t length, std::int32_t type,
                                       std::int32_t digest_id, std::int32_t prediction_resistance,
                                       const ZRC_DRBG_INPUT* input)
@@ -238,7 +239,7 @@ std::uint32_t ZRC_Get_Rand_BIGINT_Ex(ZRC_BIGINT* bn, std::int32_t bits)
     if (bytes != 0 && ZRC_Rand_Bytes(number, std::int32_t(bytes)) != 0) {
         result = fail(ZRC_ERR_GET_RAND_FAIL);
     } else {
-        number[0] = std::uint8_t(number[0] >> (8 * bytes - wanted));
+        if (bytes != 0) number[0] = std::uint8_t(number[0] >> (8 * bytes - wanted));
         if (!ZRC_Binary_To_BIGINT(number, std::int32_t(bytes), bn)) result = fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
     }
     if (number != short_buffer.data()) ZRC_Free_Ex(number, bytes);

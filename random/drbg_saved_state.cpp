@@ -2,10 +2,9 @@
 
 #include "core/secret.hpp"
 #include "kestrim/lock.h"
+#include "random/cleared_in_children.hpp"
 
-#include <cstddef>
 #include <sched.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 namespace zrc {
@@ -23,32 +22,8 @@ constexpr std::uint64_t made(std::uint64_t process) noexcept
 
 // Zero like the page: nobody has entered it.
 constinit saved_drbg in_ordinary_memory{};
-constinit std::atomic<saved_drbg*> place{nullptr};
+constinit cleared_in_children<saved_drbg> place{&in_ordinary_memory};
 constinit std::atomic<bool> locked_for_good{false}; // in ordinary memory: children inherit it
-
-saved_drbg* cleared_in_children() noexcept
-{
-#if defined(MADV_WIPEONFORK)
-    void* page = mmap(nullptr, sizeof(saved_drbg), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (page == MAP_FAILED) return nullptr;
-    if (madvise(page, sizeof(saved_drbg), MADV_WIPEONFORK) == 0) {
-        madvise(page, sizeof(saved_drbg), MADV_DONTDUMP); // best effort: keep the state out of core files
-        return static_cast<saved_drbg*>(page);
-    }
-    munmap(page, sizeof(saved_drbg));
-#endif
-    return nullptr;
-}
-
-saved_drbg* choose_place() noexcept
-{
-    saved_drbg* const page = cleared_in_children();
-    saved_drbg* const mine = page ? page : &in_ordinary_memory;
-    saved_drbg* chosen = nullptr;
-    if (place.compare_exchange_strong(chosen, mine, std::memory_order_acq_rel)) return mine;
-    if (page) munmap(page, sizeof(saved_drbg)); // another thread was faster
-    return chosen;
-}
 
 void forget(saved_drbg& state) noexcept
 {
@@ -69,8 +44,7 @@ std::uint32_t make_lock(saved_drbg& state) noexcept
 
 saved_drbg_place find_saved_drbg() noexcept
 {
-    saved_drbg* state = place.load(std::memory_order_acquire);
-    if (!state) state = choose_place();
+    saved_drbg* const state = place.get();
     return {state, state == &in_ordinary_memory ? std::uint64_t(getpid()) : 1};
 }
 

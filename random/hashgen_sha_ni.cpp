@@ -2,8 +2,10 @@
 // several of them go through the rounds side by side: each instruction waits for the one before it in its own message
 // only.
 #include "digest/sha_ni.hpp"
+#include "random/dead_stack.hpp"
 #include "random/hashgen.hpp"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -70,6 +72,7 @@ template <std::size_t Streams, std::size_t... Group>
     (four_rounds_of_each<Group>(streams, std::make_index_sequence<Streams>{}), ...);
 }
 
+constexpr std::size_t kStreams = 4;
 constexpr auto kAllGroups = std::make_index_sequence<16>{};
 constexpr std::index_sequence<7, 8, 9, 10, 11, 12, 13, 14, 15> kGroupsFromSeven;
 
@@ -135,16 +138,36 @@ private:
     __m128i words_12_, words_16_, k_plus_words_16_, far_20_, far_24_;
 };
 
-[[gnu::target("sha,ssse3,sse4.1")]] void run_sha_ni(sha256_hashgen::initial_value initial, sha256_hashgen::block first,
-                                                    std::size_t count, std::size_t digest_bytes,
-                                                    std::uint8_t* digests) noexcept
+// There are more vectors than registers: some of them, parts of the messages among them, have their place on the
+// stack. So functions of its own do the work, and their frames are wiped behind them. The sizes, in bytes, are above
+// those that the compilers choose.
+constexpr std::size_t kWideFrame = 768, kNarrowFrame = 192, kPairFrame = 320;
+
+// As many at a time as the registers are good for; a few messages do without the large frame that this takes.
+template <bool Wide>
+[[gnu::noinline, gnu::aligned(64), gnu::target("sha,ssse3,sse4.1")]] void
+run_messages(sha256_hashgen::initial_value initial, sha256_hashgen::block first, std::size_t count,
+             std::size_t digest_bytes, std::uint8_t* digests) noexcept
 {
-    constexpr std::size_t kStreams = 4;
     messages next{load_registers(initial.data()), first};
-    for (; count >= kStreams; count -= kStreams, digests += kStreams * digest_bytes)
-        next.hash(digest_bytes, digests, std::make_index_sequence<kStreams>{});
+    if constexpr (Wide) {
+        for (; count >= kStreams; count -= kStreams, digests += kStreams * digest_bytes)
+            next.hash(digest_bytes, digests, std::make_index_sequence<kStreams>{});
+    }
     for (; count != 0; --count, digests += digest_bytes)
         next.hash(digest_bytes, digests, std::make_index_sequence<1>{});
+}
+
+void run_sha_ni(sha256_hashgen::initial_value initial, sha256_hashgen::block first, std::size_t count,
+                std::size_t digest_bytes, std::uint8_t* digests) noexcept
+{
+    if (count >= kStreams) {
+        run_messages<true>(initial, first, count, digest_bytes, digests);
+        wipe_dead_stack<kWideFrame>();
+    } else {
+        run_messages<false>(initial, first, count, digest_bytes, digests);
+        wipe_dead_stack<kNarrowFrame>();
+    }
 }
 
 // Round constants plus message words of the block that ends a message of 56 bytes: zeros and the length.
@@ -171,10 +194,9 @@ padding_rounds(registers& v, std::index_sequence<Group...>) noexcept
     (four_rounds(v, words_of_group(Group, kPaddingWords.data())), ...);
 }
 
-[[gnu::target("sha,ssse3,sse4.1")]] void pair_sha_ni(sha256_hashgen::initial_value initial,
-                                                     sha256_hashgen::block short_one, sha256_hashgen::block long_one,
-                                                     std::span<std::uint8_t, 32> digest_of_short,
-                                                     std::span<std::uint8_t, 32> digest_of_long) noexcept
+[[gnu::noinline, gnu::target("sha,ssse3,sse4.1")]] void
+two_messages(sha256_hashgen::initial_value initial, sha256_hashgen::block short_one, sha256_hashgen::block long_one,
+             std::span<std::uint8_t, 32> digest_of_short, std::span<std::uint8_t, 32> digest_of_long) noexcept
 {
     const registers start = load_registers(initial.data());
     stream streams[2];
@@ -188,6 +210,13 @@ padding_rounds(registers& v, std::index_sequence<Group...>) noexcept
     registers v = middle;
     padding_rounds(v, kAllGroups);
     store_digest(middle, v, 32, digest_of_long.data());
+}
+
+void pair_sha_ni(sha256_hashgen::initial_value initial, sha256_hashgen::block short_one, sha256_hashgen::block long_one,
+                 std::span<std::uint8_t, 32> digest_of_short, std::span<std::uint8_t, 32> digest_of_long) noexcept
+{
+    two_messages(initial, short_one, long_one, digest_of_short, digest_of_long);
+    wipe_dead_stack<kPairFrame>();
 }
 
 } // namespace

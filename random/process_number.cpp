@@ -1,7 +1,8 @@
 #include "random/process_number.hpp"
 
+#include "random/cleared_in_children.hpp"
+
 #include <atomic>
-#include <sys/mman.h>
 #include <unistd.h>
 
 namespace zrc {
@@ -12,30 +13,8 @@ using number = std::atomic<std::uint32_t>;
 // In ordinary memory, which children inherit: the number of a child is above those of its ancestors.
 constinit number last_given{0};
 
-// Where the number of this process lies: a page that the kernel clears in every child, however it was made.
-constinit std::atomic<number*> place{nullptr};
-
-number* cleared_in_children() noexcept
-{
-#if defined(MADV_WIPEONFORK)
-    void* page = mmap(nullptr, sizeof(number), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (page == MAP_FAILED) return nullptr;
-    if (madvise(page, sizeof(number), MADV_WIPEONFORK) == 0) return static_cast<number*>(page);
-    munmap(page, sizeof(number));
-#endif
-    return nullptr;
-}
-
-// Null where the kernel cannot clear a page (before Linux 4.14).
-number* find_place() noexcept
-{
-    number* found = place.load(std::memory_order_acquire);
-    if (found) return found;
-    number* const mine = cleared_in_children();
-    if (!mine || place.compare_exchange_strong(found, mine, std::memory_order_acq_rel)) return mine;
-    munmap(mine, sizeof(number)); // another thread was faster
-    return found;
-}
+// The number of this process.
+constinit cleared_in_children<number> place{nullptr};
 
 } // namespace
 
@@ -43,7 +22,7 @@ std::uint32_t process_number() noexcept
 {
     constexpr std::uint32_t kProcessId = 0x80000000; // the best there is without such a page
 
-    number* const own = find_place();
+    number* const own = place.get();
     if (!own) return std::uint32_t(getpid()) | kProcessId;
     std::uint32_t seen = own->load(std::memory_order_relaxed);
     if (seen != 0) return seen;

@@ -1,11 +1,14 @@
-// Big numbers and random generators without memory: every code, nothing lost, nothing leaked, nothing left unwiped.
+// Random generators without memory: every code, nothing lost, nothing leaked, nothing left unwiped.
 #include "kestrim_crypto.h"
 #include "tests/allocator.hpp"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -24,85 +27,18 @@ std::vector<std::uint32_t> distinct_codes(const std::function<std::uint32_t()>& 
     return codes;
 }
 
-class NumbersWithoutMemory : public testing::Test {
-protected:
-    NumbersWithoutMemory()
-    {
-        a = ZRC_Binary_To_BIGINT(kBytes, 160, nullptr);
-        m = ZRC_Binary_To_BIGINT(kBytes, 96, nullptr);
-        m->data[0] |= 1;
-    }
-    ~NumbersWithoutMemory() override
-    {
-        ZRC_Free_BIGINT(a);
-        ZRC_Free_BIGINT(m);
-    }
-
-    // Every result starts without an array, every pool empty; a failed call leaves its frames closed.
-    static std::vector<std::uint32_t> run(const std::function<std::uint32_t(ZRC_BIGINT*, ZRC_BIGINT_POOL*)>& operation)
-    {
-        return distinct_codes([&] {
-            const int planned = std::exchange(test::allocations_until_failure, -1);
-            ZRC_BIGINT* r = ZRC_New_BIGINT();
-            ZRC_BIGINT_POOL* pool = ZRC_New_BIGINT_Pool();
-            test::allocations_until_failure = planned;
-            const std::uint32_t code = operation(r, pool);
-            test::allocations_until_failure = -1;
-            EXPECT_EQ(pool->depth, -1);
-            EXPECT_EQ(pool->used, 0);
-            ZRC_Free_BIGINT(r);
-            ZRC_Free_BIGINT_Pool(pool);
-            return code;
-        });
-    }
-
-    ZRC_BIGINT *a, *m;
-};
-
 using codes = std::vector<std::uint32_t>;
 
-} // namespace
-
-TEST_F(NumbersWithoutMemory, EveryOperationAnswersItsCode)
+// Runs `scenario` in a child process; true when it returned true there.
+bool in_a_child(const std::function<bool()>& scenario)
 {
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Copy_BIGINT(r, a); }), (codes{0x041F0016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Set_BIGINT_Word(r, 7); }), (codes{0x04200016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Set_BIGINT_Bit(r, 100); }), (codes{0x04210016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Add_BIGINT(r, a, m); }), (codes{0x040D0016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Sub_BIGINT(r, a, m); }), (codes{0x040E0016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Mtp_BIGINT(r, a, m, pool); }), (codes{0x04120016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Sqr_BIGINT(r, a, pool); }), (codes{0x04110016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Div_BIGINT(r, nullptr, a, m, pool); }),
-              (codes{0x04100057, 0x04100039, 0x0410003A, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Div_BIGINT(nullptr, r, a, m, nullptr); }),
-              (codes{0x0410003A, 0x04100039, 0x0410003A, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Mod_Mtp_BIGINT(r, a, a, m, pool); }),
-              (codes{0x0413001B, 0x04130044, 0x0413003E, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Mod_Sub_BIGINT(r, m, a, m, pool); }),
-              (codes{0x040F001B, 0x040F003E, 0x040F0001, 0x040F0058, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Mod_Inverse_BIGINT(r, a, m, pool); }),
-              (codes{0x0407003A, 0x04070016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return zrc_Gcd_BIGINT(r, a, m, pool); }),
-              (codes{0x04060015, 0x04060016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return zrc_Left_Shift_BIGINT(r, a, 77); }), (codes{0x04150016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return zrc_Right_Shift_BIGINT(r, a, 77); }), (codes{0x04160016, 0}));
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Mod_Exp_Mont_BIGINT(r, a, m, m, nullptr); }),
-              (codes{0x040A003A, 0x040A0002, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Mod_Exp_BIGINT(r, a, m, m, pool); }),
-              (codes{0x0414001B, 0x0414003E, 0x04140042, 0x0414000D, 0}));
-    EXPECT_EQ(run([&](auto*, auto* pool) {
-                  ZRC_BIGINT_MONT* mont = zrc_New_BIGINT_MONT();
-                  const std::uint32_t code = mont ? zrc_Set_BIGINT_MONT(mont, m, pool) : 1;
-                  if (mont) zrc_Free_BIGINT_MONT(mont);
-                  return code;
-              }),
-              (codes{1, 0x0409001B, 0x04090052, 0x0409000D, 0x04090010, 0}));
-    ASSERT_EQ(ZRC_Rand_Bytes(seeded, 1), 0u) << "the generator does not answer again after a failure of its own";
-    EXPECT_EQ(run([&](auto* r, auto*) { return ZRC_Rand_BIGINT_Ex(r, 500, 0, 1); }),
-              (codes{0x0417003B, 0x04170005, 0}));
-    EXPECT_EQ(run([&](auto* r, auto* pool) { return ZRC_Rand_BIGINT(r, 500, 0, 1, pool, 0); }),
-              (codes{0x0418003B, 0x04180025, 0}));
+    const pid_t child = fork();
+    if (child == 0) _exit(scenario() ? 7 : 8);
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 7;
 }
+
+} // namespace
 
 // Without memory there is no entropy: the generators do not start, and the approved one stays locked.
 TEST(RandomWithoutMemory, CodesOfEveryStep)
@@ -123,15 +59,57 @@ TEST(RandomWithoutMemory, CodesOfEveryStep)
 
     ZRC_PRNG_UNIT* prng = ZRC_New_PRNG_Unit();
     EXPECT_EQ(distinct_codes([=] { return ZRC_Init_PRNG(prng, ZRC_SHA1, nullptr); }), (codes{0x14010014, 0}));
+    EXPECT_TRUE(in_a_child([=] { // where the key needs fresh entropy
+        std::uint8_t out[4] = {7, 7, 7, 7};
+        const std::uint8_t untouched[4] = {7, 7, 7, 7};
+        test::allocations_until_failure = 0;
+        const bool failed = ZRC_Get_Rand(prng, out, 4) == 0x14040014 && std::memcmp(out, untouched, 4) == 0;
+        test::allocations_until_failure = -1;
+        return failed && distinct_codes([&] { return ZRC_Get_Rand(prng, out, 4); }) == codes{0x14040014, 0};
+    }));
     ZRC_Free_PRNG_Unit(prng);
 
     ZRC_DRBG_UNIT* unit = zrc_New_DRBG_Unit();
+    EXPECT_EQ(distinct_codes([=] { return zrc_Init_HashDRBG(unit, ZRC_SHA256); }), (codes{0x0B07003A, 0}));
     ASSERT_EQ(zrc_Init_DRBG(unit, ZRC_SHA256, 0, 0, 1), 0u);
+    EXPECT_EQ(distinct_codes([=] { return zrc_Instantiate_DRBG(unit); }), (codes{0x0B020059, 0}));
     EXPECT_EQ(distinct_codes([=] { return zrc_Set_Instantiate_DRBG_Param(unit, kBytes, 32, kBytes, 16, kBytes, 5); }),
               (codes{0x0B02003A, 0}));
     EXPECT_EQ(zrc_Instantiate_DRBG(unit), 0u);
     EXPECT_EQ(distinct_codes([=] { return zrc_Reseed_DRBG(unit); }), (codes{0x0B030059, 0}));
+    EXPECT_EQ(distinct_codes([=] { return zrc_Set_Reseed_DRBG_Param(unit, kBytes, 5, kBytes, 32); }),
+              (codes{0x0B03003A, 0}));
+    EXPECT_EQ(zrc_Reseed_DRBG(unit), 0u);
+    EXPECT_EQ(distinct_codes([=] { return zrc_Set_Generate_DRBG_Param(unit, kBytes, 5, kBytes, 32); }),
+              (codes{0x0B04003A, 0}));
+    std::uint8_t output[40];
+    EXPECT_EQ(zrc_Generate_DRBG(unit, output, 40), 0u);
+    unit->prediction_resistance = 1;
+    EXPECT_EQ(distinct_codes([&] { return zrc_Generate_DRBG(unit, output, 40); }), (codes{0x0B040059, 0}));
     zrc_Free_DRBG_Unit(unit);
+}
+
+// Numbers for which the generator itself needs no memory: it has started, and goes on afterwards.
+TEST(RandomWithoutMemory, NumbersFailWithoutLockingTheGenerator)
+{
+    ASSERT_EQ(ZRC_Rand_Bytes(seeded, 1), 0u);
+    const auto number = [](std::int32_t bits) {
+        return distinct_codes([=] {
+            ZRC_BIGINT r{};
+            const std::uint32_t code = ZRC_Get_Rand_BIGINT_Ex(&r, bits);
+            ZRC_Free(r.data);
+            return code;
+        });
+    };
+    EXPECT_EQ(number(8 * 512), (codes{0x0B060005, 0}));
+    EXPECT_EQ(number(8 * 512 + 1), (codes{0x0B06003A, 0x0B060005, 0})) << "its bytes need memory, too";
+
+    std::uint32_t words[2] = {5, 6};
+    ZRC_BIGINT fixed{words, 2, 2, ZRC_BIGINT_STATIC};
+    EXPECT_EQ(ZRC_Get_Rand_BIGINT_Ex(&fixed, 65), 0x0B060005u) << "not the library's to grow";
+    EXPECT_EQ(ZRC_Rand_Bytes(seeded, 1), 0u);
+    EXPECT_EQ(ZRC_Get_Rand_BIGINT_Ex(&fixed, 64), 0u);
+    EXPECT_EQ(fixed.data, words);
 }
 
 TEST(RandomWithoutMemory, NothingIsReleasedUnwiped)

@@ -11,6 +11,14 @@
  * digest, and SHA-1 or HAS-160 in proven mode do that too. Units of one's own (zrc_New_DRBG_Unit and on) are not
  * affected.
  *
+ * WITHOUT /dev/urandom THE NON-PROVEN GENERATOR CAN BE GUESSED. In non-proven mode it starts from, and reseeds with,
+ * 76 bytes: 64 of /dev/urandom, the process id and the time of day. When /dev/urandom cannot be opened (an empty
+ * chroot, no descriptor left), or when descriptor 0, 1 or 2 is closed, so that /dev/urandom would be opened in the
+ * place of a standard stream, the process id and the time are all there is: 12 bytes that an attacker can try out.
+ * Requests SUCCEED ALL THE SAME and nothing reports it. Keep descriptors 0 to 2 open, on /dev/null if need be, and
+ * /dev/urandom within reach. Proven mode collects statistics of the system as well, which are not as easy to guess,
+ * but no replacement for the device, either.
+ *
  * fork(): a child process never continues its parent's stream. It starts from fresh entropy, with a lock of its own
  * that is free even if another thread of the parent was in a request; but if a failed request has locked the parent's
  * generator, the child's is locked as well.

@@ -79,9 +79,9 @@ ZRC_API uint32_t zrc_Add_ENTROPY(ZRC_ENTROPY_UNIT *unit, const void *data, uint3
  *                   /dev/urandom                                         64          64
  * In all: level 1 76 bytes and 71, level 2 210 bytes and 117, level 3 226 bytes and 123.
  *
- * Level 3 forks once; the child ends at once and is waited for. When the fork fails the process ends with exit
- * status 1, so that a weak collection cannot go unseen. /dev/urandom is not read when its descriptor would be one of
- * the standard streams (0 to 2).
+ * Level 3 forks once; the child ends at once and is waited for. When the fork fails the process ends at once with
+ * exit status 1 (by _exit: no handler runs, no stream is flushed), so that a weak collection cannot go unseen.
+ * /dev/urandom is not read when its descriptor would be one of the standard streams (0 to 2).
  *
  * Returns 0, or 1 when the unit is null or its level is not 1, 2 or 3.
  */

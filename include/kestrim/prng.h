@@ -14,6 +14,11 @@
  *
  * with the constant t of the private keys x and without the reduction modulo q. There is no user input (XSEED).
  *
+ * WITHOUT /dev/urandom THE KEY MAY BE GUESSED. When /dev/urandom cannot be opened, or when descriptor 0, 1 or 2 is
+ * closed, so that it would be opened in the place of a standard stream, XKEY is made of system statistics, the process
+ * id and the time of day alone, and Init SUCCEEDS ALL THE SAME. Keep descriptors 0 to 2 open and /dev/urandom within
+ * reach; see kestrim/drbg.h.
+ *
  * fork(): a child process does not repeat its parent's stream. The first request there mixes fresh entropy into XKEY.
  */
 #ifndef KESTRIM_PRNG_H

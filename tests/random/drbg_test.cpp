@@ -2,6 +2,7 @@
 // process with its lock.
 #include "digest/sha_constants.hpp"
 #include "kestrim/bigint.h"
+#include "kestrim/bigint_arithmetic.h"
 #include "kestrim/digest.h"
 #include "kestrim/drbg.h"
 #include "kestrim/memory.h"
@@ -15,7 +16,9 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
 #include <initializer_list>
@@ -366,6 +369,97 @@ TEST(Drbg, StopsAtABlockThatRepeatsTheOneBefore)
     }
 }
 
+// As long as all of the block that is kept is zero, there is none.
+TEST(Drbg, TheFirstBlockIsOnlyKept)
+{
+    constexpr zrc::sha256_hashgen kCounting{
+        [](zrc::sha256_hashgen::initial_value, zrc::sha256_hashgen::block, std::size_t count, std::size_t digest_bytes,
+           std::uint8_t* digests) noexcept {
+            for (std::size_t i = 0; i < count; ++i)
+                std::memset(digests + i * digest_bytes, int(i), digest_bytes);
+        },
+        [](zrc::sha256_hashgen::initial_value, zrc::sha256_hashgen::block, zrc::sha256_hashgen::block,
+           std::span<std::uint8_t, 32> last, std::span<std::uint8_t, 32> h) noexcept {
+            std::memset(last.data(), 0, 32);
+            std::memset(h.data(), 0x11, 32);
+        }};
+    zrc::hashgen_kernels.force(&kCounting);
+    for (const std::size_t blocks : {1U, 4U}) { // the first one is made by `pair`, or by `run`
+        const unit_ptr unit = sample_unit(ZRC_SHA256);
+        const bytes out = generate(unit.get(), blocks * 32);
+        for (std::size_t i = 0; i < out.size(); ++i)
+            ASSERT_EQ(out[i], i / 32 + 1 < blocks ? i / 32 : 0);
+        EXPECT_EQ(unit->last_block_length, 32);
+    }
+    bytes out(64, 0xA5); // the second block is zero, too
+    EXPECT_EQ(zrc_Generate_DRBG(sample_unit(ZRC_SHA256).get(), out.data(), 64), 0x0B0A0067U);
+    zrc::hashgen_kernels.force(nullptr);
+}
+
+constexpr std::size_t kScanned = 65536; // bytes of stack
+std::uint8_t scanned[kScanned];
+
+[[gnu::noinline]] void fill_dead_stack()
+{
+    std::uint8_t below[kScanned];
+    std::memset(below, 0x5A, kScanned);
+    __asm__ __volatile__("" : : "r"(below) : "memory"); // as if somebody read it
+}
+
+[[gnu::noinline]] std::uint32_t generate_below(ZRC_DRBG_UNIT* unit, std::uint8_t* out, std::int32_t length)
+{
+    volatile std::uint8_t frame[64];
+    frame[0] = 1;
+    return zrc_Generate_DRBG(unit, out, length) + frame[0] - 1;
+}
+
+// The kernel reads it for us: to C++ there is nothing there.
+[[gnu::noinline]] bool copy_dead_stack(int memory)
+{
+    const auto top = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    return pread(memory, scanned, kScanned, off_t(top - kScanned)) == ssize_t(kScanned);
+}
+
+// How many of the 32-bit words of `value` lie in what was copied, in whatever byte order.
+std::size_t words_left(const bytes& value)
+{
+    std::size_t left = 0;
+    for (std::size_t at = 0; at + 4 <= value.size(); at += 4) {
+        const bytes word(&value[at], &value[at] + 4), turned(word.rbegin(), word.rend());
+        const auto found = [](const bytes& w) {
+            return std::search(std::begin(scanned), std::end(scanned), w.begin(), w.end()) != std::end(scanned);
+        };
+        if (found(word) || found(turned)) ++left;
+    }
+    return left;
+}
+
+TEST(Drbg, LeavesNothingOfVOnTheStack)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer has a stack of its own";
+#endif
+    const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(memory, 0);
+    fill_dead_stack();                    // which makes the stack that large
+    ASSERT_TRUE(copy_dead_stack(memory)); // a function's first call, which looks for it, saves registers on the stack
+    static std::uint8_t out[4096];
+    for (const digest& d : kDigests) {
+        for (const std::int32_t length : {16, 100, 4096}) {
+            with_each_kernel([&](const char* kernel) {
+                const unit_ptr unit = sample_unit(d.id);
+                const bytes v(unit->V, unit->V + d.seedlen);
+                fill_dead_stack();
+                const std::uint32_t code = generate_below(unit.get(), out, length);
+                ASSERT_TRUE(copy_dead_stack(memory));
+                EXPECT_EQ(code, 0U);
+                EXPECT_LT(words_left(v), 3U) << d.name << " " << kernel << " " << length;
+            });
+        }
+    }
+    close(memory);
+}
+
 TEST(Drbg, ReseedsAtTheLimitAndWithPredictionResistance)
 {
     const unit_ptr unit = sample_unit(ZRC_SHA256), same = sample_unit(ZRC_SHA256);
@@ -713,6 +807,13 @@ TEST(DrbgProcess, NumbersHaveAtMostTheirBits)
         zrc::sha256_hashgen broken{stuck<0>, zrc::kHashgenPortable.pair};
         zrc::hashgen_kernels.force(&broken);
         EXPECT_EQ(ZRC_Get_Rand_BIGINT_Ex(&number, 8 * 100), 0x0B06001DU);
+    });
+    in_a_fresh_process([] {
+        ZRC_BIGINT* const number = ZRC_New_BIGINT();
+        zrc::sha256_hashgen broken{stuck<0>, zrc::kHashgenPortable.pair};
+        zrc::hashgen_kernels.force(&broken);
+        EXPECT_EQ(ZRC_Rand_BIGINT_Ex(number, 8 * 100, 0, 0), 0x0417001DU);
+        ZRC_Free_BIGINT(number);
     });
 }
 
