@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <optional>
 
 namespace zrc {
@@ -43,9 +44,6 @@ private:
     std::optional<pool_frame> frame_;
     owned<ZRC_BIGINT, ZRC_Free_BIGINT> own_[2];
 };
-
-// The widest window that sliding_window_width() knows.
-constexpr unsigned kWidestWindow = 6;
 
 // The memory of a BIGINT with room for `limbs` limbs; null when it cannot grow. Its words are scratch from then on.
 stored_limb* limb_room(ZRC_BIGINT& bn, std::size_t limbs) noexcept
@@ -162,8 +160,9 @@ std::uint32_t raise(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, con
     const words_of exponent{*e};
     const std::size_t bits =
         std::size_t(exponent.length) * kWordBits - std::size_t(std::countl_zero(exponent.data[exponent.length - 1]));
-    ZRC_BIGINT* powers[1 << (kWidestWindow - 1)]; // a, a^3, a^5, ...
-    const std::size_t count = std::size_t{1} << (sliding_window_width(bits) - 1);
+    ZRC_BIGINT* powers[kMostOddPowers]; // a, a^3, a^5, ...
+    static_assert(std::size(powers) >= odd_powers_for(std::size_t(kMostWords * kWordBits)));
+    const std::size_t count = odd_powers_for(bits);
     ZRC_BIGINT* const power = frame.get();
     if (!power) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
     for (std::size_t i = 0; i < count; ++i)

@@ -151,9 +151,12 @@ bool at_least(const stored_limb* a, const stored_limb* b, std::size_t n) noexcep
 // and then one product of both with the lower part (C. Burnikel, J. Ziegler, "Fast recursive division", 1998).
 //
 // With K = B^kBlock and h the top kBlock limbs of d, the reciprocal K + I = floor((K^2 - 1) / (h + 1)), or K when h
-// is K - 1, is never too large, and neither is u + floor(u I / K) for the top limbs u of the remainder. At most 6 are
-// missing from that quotient, for what is cut off of the remainder (2), of d (2), of I and of the product; most often
-// it is 1.
+// is K - 1, is never too large, and neither is q = u + floor(u I / K) for the top limbs u of the remainder: the
+// remainder is u K B^(nd - kBlock) at least, and d below (h + 1) B^(nd - kBlock). At most 5 are missing:
+//   exact quotient < (u + 1) K / h
+//   q > u (K + I) / K - 1 >= u (K^2 / (h + 1) - 1) / K - 1 > u K / (h + 1) - 2
+//   difference < u K / (h (h + 1)) + K / h + 2 <= K / (h + 1) + K / h + 2 < 6, as u <= h and K / 2 <= h
+// and for h = K - 1, where q is u, less than (u + K) / (K - 1) < 3. Most often it is 1.
 class block_divider {
 public:
     static constexpr std::size_t kBlock = 8;
@@ -209,8 +212,10 @@ private:
         divide(u + low, k, half);
         multiply(product_, u + nd, k, d, low);
         limb borrow = sub_n(u, u, product_, nd);
-        while (borrow != 0) { // twice at most
-            decrement(u + nd);
+        // With x / h for the upper parts of both, h being B^k / 2 at least and x / h below B^k, the exact quotient is
+        // above x / (h + 1) - 1 > x / h - 2 - 1: the one by the upper part is at most 2 too large.
+        for (int left = 2; left != 0 && borrow != 0; --left) {
+            decrement(u + nd, k);
             borrow -= add_n(u, u, d, nd);
         }
     }
@@ -227,11 +232,11 @@ private:
         sub_n(u, u, product_, nd + 1); // what is above cancels
         if (top[0] == ~limb{0}) {
             top[0] += add_n(u, u, d, nd);
-            decrement(quotient_);
+            decrement(quotient_, kBlock);
         }
-        while (top[0] != 0 || at_least(u, d, nd)) {
+        for (int left = kMostMissing; left != 0 && (top[0] != 0 || at_least(u, d, nd)); --left) {
             top[0] -= sub_n(u, u, d, nd);
-            increment(quotient_);
+            increment(quotient_, kBlock);
         }
         copy(top, quotient_);
     }
@@ -248,18 +253,19 @@ private:
             to[i] = from[i];
     }
 
-    // Numbers that have room for the carry and the borrow.
-    static void increment(stored_limb* number) noexcept
+    static void increment(stored_limb* number, std::size_t n) noexcept
     {
-        while (++*number == 0)
-            ++number;
+        for (std::size_t i = 0; i < n && ++number[i] == 0; ++i) {
+        }
     }
 
-    static void decrement(stored_limb* number) noexcept
+    static void decrement(stored_limb* number, std::size_t n) noexcept
     {
-        while ((*number)-- == 0)
-            ++number;
+        for (std::size_t i = 0; i < n && number[i]-- == 0; ++i) {
+        }
     }
+
+    static constexpr int kMostMissing = 4; // after 1 was added to the estimate
 
     const stored_limb* d_;
     std::size_t nd_;

@@ -119,6 +119,36 @@ std::size_t bit_length(const limb* a, std::size_t n) noexcept
     return n * kLimbBits - std::size_t(std::countl_zero(a[n - 1]));
 }
 
+// How many words a has without zeros on top.
+std::int32_t words_in(const limb* a, std::size_t n) noexcept
+{
+    n = stripped(a, n);
+    return n == 0 ? 0 : std::int32_t((bit_length(a, n) + kWordBits - 1) / kWordBits);
+}
+
+// a = m - a; `words` is the length of m, and a is not above it.
+void subtract_from(limb* a, const std::uint32_t* m, std::size_t words) noexcept
+{
+    double_limb borrow = 0;
+    for (std::size_t i = 0; i < limbs_for_words(words); ++i) {
+        limb digit = 0;
+        load_limbs(&digit, m + i * kWordsPerLimb, std::min(kWordsPerLimb, words - i * kWordsPerLimb));
+        const double_limb difference = double_limb{digit} - a[i] - borrow;
+        borrow = difference >> kLimbBits & 1;
+        a[i] = limb(difference);
+    }
+}
+
+// r = a. False: r cannot grow to just the words that a takes.
+bool store(ZRC_BIGINT& r, const limb* a, std::size_t n) noexcept
+{
+    const std::int32_t words = words_in(a, n);
+    if (!grow(r, words)) return false;
+    store_limbs(r.data, a, std::size_t(words));
+    r.length = words;
+    return true;
+}
+
 // A factor w B^limbs, w of two limbs.
 struct partial_quotient {
     limb low, high;
@@ -229,11 +259,15 @@ public:
     }
 
     // After run():
-    const limb* divisor() const noexcept { return a_; }
-    std::size_t divisor_limbs() const noexcept { return n_; }
+    bool store_divisor(ZRC_BIGINT& r) const noexcept { return store(r, a_, n_); }
     bool divisor_is_one() const noexcept { return n_ == 1 && a_[0] == 1; }
-    const limb* cofactor() const noexcept { return x_; }
-    bool cofactor_is_negative() const noexcept { return !flipped_; }
+    // Of c modulo m, which is not 1. Once.
+    bool store_inverse(ZRC_BIGINT& r, const words_of& m) const noexcept
+    {
+        const auto words = std::size_t(m.length);
+        if (!flipped_) subtract_from(x_, m.data, words);
+        return store(r, x_, limbs_for_words(words));
+    }
 
 private:
     limb* take(const words_of& from) noexcept
@@ -311,11 +345,6 @@ private:
     bool flipped_ = false;
 };
 
-std::uint32_t word_at(const limb* a, std::size_t index) noexcept
-{
-    return std::uint32_t(a[index / kWordsPerLimb] >> (32 * (index % kWordsPerLimb)));
-}
-
 } // namespace
 
 euclid_outcome greatest_common_divisor(ZRC_BIGINT& r, const ZRC_BIGINT& a, const ZRC_BIGINT& b) noexcept
@@ -323,11 +352,7 @@ euclid_outcome greatest_common_divisor(ZRC_BIGINT& r, const ZRC_BIGINT& a, const
     euclid pair{words_of{a}, words_of{b}, false};
     if (pair.missing()) return euclid_outcome::no_memory;
     pair.run();
-    const std::size_t words = pair.divisor_limbs() * kWordsPerLimb;
-    if (!grow(r, std::int64_t(words))) return euclid_outcome::no_room;
-    store_limbs(r.data, pair.divisor(), words);
-    set_length(r, std::int32_t(words));
-    return euclid_outcome::done;
+    return pair.store_divisor(r) ? euclid_outcome::done : euclid_outcome::no_room;
 }
 
 euclid_outcome mod_inverse(ZRC_BIGINT& r, const ZRC_BIGINT& a, const ZRC_BIGINT& m) noexcept
@@ -341,18 +366,7 @@ euclid_outcome mod_inverse(ZRC_BIGINT& r, const ZRC_BIGINT& a, const ZRC_BIGINT&
     if (pair.missing()) return euclid_outcome::no_memory;
     pair.run();
     if (!pair.divisor_is_one()) return euclid_outcome::no_inverse;
-    if (!grow(r, modulus.length)) return euclid_outcome::no_room;
-
-    // If r is m, it had the room and did not move; each word of m is read before it is written.
-    std::uint64_t borrow = 0;
-    for (std::size_t i = 0; i < std::size_t(modulus.length); ++i) {
-        const std::uint32_t x = word_at(pair.cofactor(), i);
-        const std::uint64_t difference = std::uint64_t{modulus.data[i]} - x - borrow;
-        borrow = difference >> 63;
-        r.data[i] = pair.cofactor_is_negative() ? std::uint32_t(difference) : x;
-    }
-    set_length(r, modulus.length);
-    return euclid_outcome::done;
+    return pair.store_inverse(r, modulus) ? euclid_outcome::done : euclid_outcome::no_room;
 }
 
 } // namespace zrc

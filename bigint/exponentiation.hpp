@@ -36,6 +36,20 @@ constexpr unsigned sliding_window_width(std::size_t bits) noexcept
     return bits >= 672 ? 6 : bits >= 240 ? 5 : bits >= 80 ? 4 : bits >= 24 ? 3 : 1;
 }
 
+static_assert(sliding_window_width(1) == 1 && sliding_window_width(23) == 1);
+static_assert(sliding_window_width(24) == 3 && sliding_window_width(79) == 3);
+static_assert(sliding_window_width(80) == 4 && sliding_window_width(239) == 4);
+static_assert(sliding_window_width(240) == 5 && sliding_window_width(671) == 5);
+static_assert(sliding_window_width(672) == 6 && sliding_window_width(SIZE_MAX) == 6);
+
+// How many powers the windows of an exponent of `bits` bits refer to: a, a^3, a^5, ...
+constexpr std::size_t odd_powers_for(std::size_t bits) noexcept
+{
+    return std::size_t{1} << (sliding_window_width(bits) - 1);
+}
+
+inline constexpr std::size_t kMostOddPowers = odd_powers_for(SIZE_MAX);
+
 // Window width for a secret one: the table has 2^width entries, read whole once per window.
 constexpr unsigned fixed_window_width(std::size_t bits) noexcept
 {
@@ -89,8 +103,9 @@ public:
         if (digits > (UINT32_MAX - kAlignment) / sizeof(Digit)) return;
         bytes_ = digits * sizeof(Digit) + kAlignment;
         block_ = ZRC_Calloc(1, std::uint32_t(bytes_)); // padding is 0 from the start
-        const auto address = reinterpret_cast<std::uintptr_t>(block_);
-        next_ = reinterpret_cast<Digit*>((address + kAlignment - 1) / kAlignment * kAlignment);
+        const auto past_line = std::size_t(reinterpret_cast<std::uintptr_t>(block_) % kAlignment);
+        auto* const bytes = static_cast<unsigned char*>(block_) + (kAlignment - past_line) % kAlignment;
+        next_ = reinterpret_cast<Digit*>(bytes);
     }
     exponentiation_memory(const exponentiation_memory&) = delete;
     exponentiation_memory& operator=(const exponentiation_memory&) = delete;
@@ -164,7 +179,7 @@ bool open_exponentiation(const mod_exp_task& task) noexcept
 
     Core core{task.limbs};
     const std::size_t element = core.digits();
-    const std::size_t odd_powers = std::size_t{1} << (sliding_window_width(task.e_bits) - 1);
+    const std::size_t odd_powers = odd_powers_for(task.e_bits);
     exponentiation_memory<digit> memory{core.workspace_digits() + (odd_powers + 1) * element};
     if (memory.missing()) return false;
     core.prepare(memory.take(core.workspace_digits()), {task.m});

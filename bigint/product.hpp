@@ -20,7 +20,7 @@ using stored_limb = limb_kind<limb>::stored;
 inline limb add_n(stored_limb* r, const stored_limb* a, const stored_limb* b, std::size_t n) noexcept
 {
 #if KESTRIM_X86_64_KERNELS
-    return add_row(r, a, b, n);
+    return carry_row<false>(r, a, b, n);
 #else
     return rows<limb>::add(r, a, b, n);
 #endif
@@ -29,7 +29,7 @@ inline limb add_n(stored_limb* r, const stored_limb* a, const stored_limb* b, st
 inline limb sub_n(stored_limb* r, const stored_limb* a, const stored_limb* b, std::size_t n) noexcept
 {
 #if KESTRIM_X86_64_KERNELS
-    return sub_row(r, a, b, n);
+    return carry_row<true>(r, a, b, n);
 #else
     return rows<limb>::sub(r, a, b, n);
 #endif
@@ -44,7 +44,7 @@ inline limb mul_1(stored_limb* r, const stored_limb* a, std::size_t n, limb w) n
 inline limb addmul_1(stored_limb* r, const stored_limb* a, std::size_t n, limb w) noexcept
 {
 #if KESTRIM_X86_64_KERNELS
-    return addmul_row(r, a, n, w);
+    return product_row<false>(r, a, n, w);
 #else
     return rows<limb>::addmul_1(r, a, n, w);
 #endif
@@ -53,7 +53,7 @@ inline limb addmul_1(stored_limb* r, const stored_limb* a, std::size_t n, limb w
 inline limb submul_1(stored_limb* r, const stored_limb* a, std::size_t n, limb w) noexcept
 {
 #if KESTRIM_X86_64_KERNELS
-    return submul_row(r, a, n, w);
+    return product_row<true>(r, a, n, w);
 #else
     return rows<limb>::submul_1(r, a, n, w);
 #endif

@@ -13,118 +13,97 @@ using row_limb = limb_kind<std::uint64_t>::stored;
 
 // The four limbs at an offset of a meet those of b (AT&T order: op b, a).
 #define KESTRIM_CARRY_ROW(op)                                                                                          \
-    "negq %[carry]\n\t" /* sets the carry flag from the carry */                                                       \
-    "1:\n\t"                                                                                                           \
-    "movq (%[a]), %[t0]\n\t"                                                                                           \
-    "movq 8(%[a]), %[t1]\n\t" op " (%[b]), %[t0]\n\t" op " 8(%[b]), %[t1]\n\t"                                         \
-    "movq %[t0], (%[r])\n\t"                                                                                           \
-    "movq %[t1], 8(%[r])\n\t"                                                                                          \
-    "movq 16(%[a]), %[t0]\n\t"                                                                                         \
-    "movq 24(%[a]), %[t1]\n\t" op " 16(%[b]), %[t0]\n\t" op " 24(%[b]), %[t1]\n\t"                                     \
-    "movq %[t0], 16(%[r])\n\t"                                                                                         \
-    "movq %[t1], 24(%[r])\n\t"                                                                                         \
-    "leaq 32(%[a]), %[a]\n\t"                                                                                          \
-    "leaq 32(%[b]), %[b]\n\t"                                                                                          \
-    "leaq 32(%[r]), %[r]\n\t"                                                                                          \
-    "decq %[n]\n\t"                                                                                                    \
-    "jnz 1b\n\t"                                                                                                       \
-    "sbbq %[carry], %[carry]\n\t"                                                                                      \
-    "negq %[carry]\n\t"
+    __asm__ __volatile__(                                                                                              \
+        "negq %[carry]\n\t" /* sets the carry flag from the carry */                                                   \
+        "1:\n\t"                                                                                                       \
+        "movq (%[a]), %[t0]\n\t"                                                                                       \
+        "movq 8(%[a]), %[t1]\n\t" op " (%[b]), %[t0]\n\t" op " 8(%[b]), %[t1]\n\t"                                     \
+        "movq %[t0], (%[r])\n\t"                                                                                       \
+        "movq %[t1], 8(%[r])\n\t"                                                                                      \
+        "movq 16(%[a]), %[t0]\n\t"                                                                                     \
+        "movq 24(%[a]), %[t1]\n\t" op " 16(%[b]), %[t0]\n\t" op " 24(%[b]), %[t1]\n\t"                                 \
+        "movq %[t0], 16(%[r])\n\t"                                                                                     \
+        "movq %[t1], 24(%[r])\n\t"                                                                                     \
+        "leaq 32(%[a]), %[a]\n\t"                                                                                      \
+        "leaq 32(%[b]), %[b]\n\t"                                                                                      \
+        "leaq 32(%[r]), %[r]\n\t"                                                                                      \
+        "decq %[n]\n\t"                                                                                                \
+        "jnz 1b\n\t"                                                                                                   \
+        "sbbq %[carry], %[carry]\n\t"                                                                                  \
+        "negq %[carry]\n\t"                                                                                            \
+        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [n] "+r"(n), [carry] "+r"(carry), [t0] "=&r"(t0), [t1] "=&r"(t1)      \
+        :                                                                                                              \
+        : "cc", "memory")
 
-inline std::uint64_t add_row(row_limb* r, const row_limb* a, const row_limb* b, std::size_t n) noexcept
+// r = a + b, or a - b; returns the carry or the borrow.
+template <bool kSubtract>
+inline std::uint64_t carry_row(row_limb* r, const row_limb* a, const row_limb* b, std::size_t n) noexcept
 {
+    using portable = rows<std::uint64_t>;
     const std::size_t odd = n % 4;
-    std::uint64_t carry = rows<std::uint64_t>::add(r, a, b, odd), t0, t1;
+    std::uint64_t carry = kSubtract ? portable::sub(r, a, b, odd) : portable::add(r, a, b, odd), t0, t1;
     if (n < 4) return carry;
     r += odd;
     a += odd;
     b += odd;
     n /= 4;
-    __asm__ __volatile__(
-        KESTRIM_CARRY_ROW("adcq")
-        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [n] "+r"(n), [carry] "+r"(carry), [t0] "=&r"(t0), [t1] "=&r"(t1)
-        :
-        : "cc", "memory");
-    return carry;
-}
-
-inline std::uint64_t sub_row(row_limb* r, const row_limb* a, const row_limb* b, std::size_t n) noexcept
-{
-    const std::size_t odd = n % 4;
-    std::uint64_t carry = rows<std::uint64_t>::sub(r, a, b, odd), t0, t1;
-    if (n < 4) return carry;
-    r += odd;
-    a += odd;
-    b += odd;
-    n /= 4;
-    __asm__ __volatile__(
-        KESTRIM_CARRY_ROW("sbbq")
-        : [r] "+r"(r), [a] "+r"(a), [b] "+r"(b), [n] "+r"(n), [carry] "+r"(carry), [t0] "=&r"(t0), [t1] "=&r"(t1)
-        :
-        : "cc", "memory");
+    if constexpr (kSubtract)
+        KESTRIM_CARRY_ROW("sbbq");
+    else
+        KESTRIM_CARRY_ROW("adcq");
     return carry;
 }
 #undef KESTRIM_CARRY_ROW
 
 // Four products are put together in one chain with the carry, and meet r in a second one.
 #define KESTRIM_PRODUCT_ROW(op, op_with_carry)                                                                         \
-    "1:\n\t"                                                                                                           \
-    "movq (%[a]), %%rax\n\t"                                                                                           \
-    "mulq %[w]\n\t"                                                                                                    \
-    "addq %%rax, %[carry]\n\t"                                                                                         \
-    "movq 8(%[a]), %%rax\n\t"                                                                                          \
-    "movq %%rdx, %[l1]\n\t"                                                                                            \
-    "adcq $0, %[l1]\n\t"                                                                                               \
-    "mulq %[w]\n\t"                                                                                                    \
-    "addq %%rax, %[l1]\n\t"                                                                                            \
-    "movq 16(%[a]), %%rax\n\t"                                                                                         \
-    "movq %%rdx, %[l2]\n\t"                                                                                            \
-    "adcq $0, %[l2]\n\t"                                                                                               \
-    "mulq %[w]\n\t"                                                                                                    \
-    "addq %%rax, %[l2]\n\t"                                                                                            \
-    "movq 24(%[a]), %%rax\n\t"                                                                                         \
-    "movq %%rdx, %[l3]\n\t"                                                                                            \
-    "adcq $0, %[l3]\n\t"                                                                                               \
-    "mulq %[w]\n\t"                                                                                                    \
-    "addq %%rax, %[l3]\n\t"                                                                                            \
-    "adcq $0, %%rdx\n\t" op " %[carry], (%[r])\n\t" op_with_carry " %[l1], 8(%[r])\n\t" op_with_carry                  \
-    " %[l2], 16(%[r])\n\t" op_with_carry " %[l3], 24(%[r])\n\t"                                                        \
-    "adcq $0, %%rdx\n\t"                                                                                               \
-    "movq %%rdx, %[carry]\n\t"                                                                                         \
-    "leaq 32(%[a]), %[a]\n\t"                                                                                          \
-    "leaq 32(%[r]), %[r]\n\t"                                                                                          \
-    "decq %[n]\n\t"                                                                                                    \
-    "jnz 1b\n\t"
+    __asm__ __volatile__(                                                                                              \
+        "1:\n\t"                                                                                                       \
+        "movq (%[a]), %%rax\n\t"                                                                                       \
+        "mulq %[w]\n\t"                                                                                                \
+        "addq %%rax, %[carry]\n\t"                                                                                     \
+        "movq 8(%[a]), %%rax\n\t"                                                                                      \
+        "movq %%rdx, %[l1]\n\t"                                                                                        \
+        "adcq $0, %[l1]\n\t"                                                                                           \
+        "mulq %[w]\n\t"                                                                                                \
+        "addq %%rax, %[l1]\n\t"                                                                                        \
+        "movq 16(%[a]), %%rax\n\t"                                                                                     \
+        "movq %%rdx, %[l2]\n\t"                                                                                        \
+        "adcq $0, %[l2]\n\t"                                                                                           \
+        "mulq %[w]\n\t"                                                                                                \
+        "addq %%rax, %[l2]\n\t"                                                                                        \
+        "movq 24(%[a]), %%rax\n\t"                                                                                     \
+        "movq %%rdx, %[l3]\n\t"                                                                                        \
+        "adcq $0, %[l3]\n\t"                                                                                           \
+        "mulq %[w]\n\t"                                                                                                \
+        "addq %%rax, %[l3]\n\t"                                                                                        \
+        "adcq $0, %%rdx\n\t" op " %[carry], (%[r])\n\t" op_with_carry " %[l1], 8(%[r])\n\t" op_with_carry              \
+        " %[l2], 16(%[r])\n\t" op_with_carry " %[l3], 24(%[r])\n\t"                                                    \
+        "adcq $0, %%rdx\n\t"                                                                                           \
+        "movq %%rdx, %[carry]\n\t"                                                                                     \
+        "leaq 32(%[a]), %[a]\n\t"                                                                                      \
+        "leaq 32(%[r]), %[r]\n\t"                                                                                      \
+        "decq %[n]\n\t"                                                                                                \
+        "jnz 1b\n\t"                                                                                                   \
+        : [r] "+r"(r), [a] "+r"(a), [n] "+r"(n), [carry] "+r"(carry), [l1] "=&r"(l1), [l2] "=&r"(l2), [l3] "=&r"(l3)   \
+        : [w] "r"(w)                                                                                                   \
+        : "rax", "rdx", "cc", "memory")
 
-inline std::uint64_t addmul_row(row_limb* r, const row_limb* a, std::size_t n, std::uint64_t w) noexcept
+// r = r + a w, or r - a w; returns what belongs to, or is missing from, the limb above.
+template <bool kSubtract>
+inline std::uint64_t product_row(row_limb* r, const row_limb* a, std::size_t n, std::uint64_t w) noexcept
 {
+    using portable = rows<std::uint64_t>;
     const std::size_t odd = n % 4;
-    std::uint64_t carry = rows<std::uint64_t>::addmul_1(r, a, odd, w), l1, l2, l3;
+    std::uint64_t carry = kSubtract ? portable::submul_1(r, a, odd, w) : portable::addmul_1(r, a, odd, w), l1, l2, l3;
     if (n < 4) return carry;
     r += odd;
     a += odd;
     n /= 4;
-    __asm__ __volatile__(
-        KESTRIM_PRODUCT_ROW("addq", "adcq")
-        : [r] "+r"(r), [a] "+r"(a), [n] "+r"(n), [carry] "+r"(carry), [l1] "=&r"(l1), [l2] "=&r"(l2), [l3] "=&r"(l3)
-        : [w] "r"(w)
-        : "rax", "rdx", "cc", "memory");
-    return carry;
-}
-
-inline std::uint64_t submul_row(row_limb* r, const row_limb* a, std::size_t n, std::uint64_t w) noexcept
-{
-    const std::size_t odd = n % 4;
-    std::uint64_t carry = rows<std::uint64_t>::submul_1(r, a, odd, w), l1, l2, l3;
-    if (n < 4) return carry;
-    r += odd;
-    a += odd;
-    n /= 4;
-    __asm__ __volatile__(
-        KESTRIM_PRODUCT_ROW("subq", "sbbq")
-        : [r] "+r"(r), [a] "+r"(a), [n] "+r"(n), [carry] "+r"(carry), [l1] "=&r"(l1), [l2] "=&r"(l2), [l3] "=&r"(l3)
-        : [w] "r"(w)
-        : "rax", "rdx", "cc", "memory");
+    if constexpr (kSubtract)
+        KESTRIM_PRODUCT_ROW("subq", "sbbq");
+    else
+        KESTRIM_PRODUCT_ROW("addq", "adcq");
     return carry;
 }
 #undef KESTRIM_PRODUCT_ROW

@@ -124,6 +124,10 @@ ZRC_API uint32_t ZRC_Sqr_BIGINT(ZRC_BIGINT *r, const ZRC_BIGINT *a, ZRC_BIGINT_P
  *   quotient, remainder  not the same; each may be null, or a, or d
  *   pool                 for temporaries; when it is null they are allocated and released
  *
+ * Temporaries have a place more than a, and room for work beside a copy of d, but are no longer than any other value:
+ * an a of more than 0xFFFFFC words is refused with 0x04100039, even with a divisor of one word, and a d of more than
+ * 0x7FFFDE words as well. Only where a is below d does neither matter.
+ *
  * Returns 0, or
  *   0x04100028  ZRC_ERR_INTERNAL                d is zero, the shared zero included; tested first
  *   0x04100049  ZRC_ERR_NULL_INPUT              a or d is null
@@ -172,7 +176,7 @@ ZRC_API uint32_t ZRC_Mod_Sub_BIGINT(ZRC_BIGINT *r, const ZRC_BIGINT *a, const ZR
 /*
  * ZRC_Mod_Inverse_BIGINT - r = a^-1 mod m: from 0 to m - 1, also when a is m or above. Modulo 1 that is 0.
  *
- *   r     null: only the answer is wanted whether there is an inverse
+ *   r     grows to the words that the inverse has. Null: only the answer is wanted whether there is one
  *   m     not zero; it need not be odd
  *   pool  for temporaries, never null
  *
@@ -192,6 +196,7 @@ ZRC_API uint32_t ZRC_Mod_Inverse_BIGINT(ZRC_BIGINT *r, const ZRC_BIGINT *a, cons
 /*
  * zrc_Gcd_BIGINT - r = the greatest common divisor of a and b: the other one if one is zero, zero if both are.
  *
+ *   r     grows to the words that the divisor has
  *   pool  for temporaries, never null
  *
  * Returns 0, or

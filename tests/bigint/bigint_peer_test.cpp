@@ -1,8 +1,7 @@
 // The arithmetic against GMP: random and adversarial operands of all lengths around which methods change, with every
 // way in which a result can be an operand.
-#include "kestrim/bigint.h"
 #include "kestrim/bigint_arithmetic.h"
-#include "kestrim/memory.h"
+#include "tests/bigint/bigint_value.hpp"
 
 #include <algorithm>
 #include <array>
@@ -10,35 +9,19 @@
 #include <cstdint>
 #include <gmp.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <random>
 #include <span>
 #include <string>
 #include <vector>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KESTRIM_TEST_IS_SLOW 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KESTRIM_TEST_IS_SLOW 1
-#endif
-#endif
-
 namespace {
 
-#if defined(KESTRIM_TEST_IS_SLOW)
-constexpr int kShare = 10;
-#else
-constexpr int kShare = 1;
-#endif
-
-struct releaser {
-    void operator()(ZRC_BIGINT* bn) const { ZRC_Free_BIGINT(bn); }
-    void operator()(ZRC_BIGINT_POOL* pool) const { ZRC_Free_BIGINT_Pool(pool); }
-    void operator()(char* text) const { ZRC_Free(text); }
-};
-using bigint = std::unique_ptr<ZRC_BIGINT, releaser>;
-using word_list = std::vector<std::uint32_t>;
+using test::bigint;
+using test::kShare;
+using test::of;
+using test::text_ptr;
+using test::word_list;
+using test::words_of;
 
 // A number of the peer.
 class integer {
@@ -72,21 +55,6 @@ public:
 private:
     mpz_t value_;
 };
-
-// One value in an array of exactly its length, so that a sanitizer sees every step beyond it.
-bigint value_of(const word_list& words)
-{
-    bigint bn{ZRC_New_BIGINT()};
-    zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size()));
-    std::copy(words.begin(), words.end(), bn->data);
-    bn->length = std::int32_t(words.size());
-    return bn;
-}
-
-word_list words_of(const ZRC_BIGINT& bn)
-{
-    return {bn.data, bn.data + bn.length};
-}
 
 class operand_source {
 public:
@@ -307,7 +275,7 @@ constexpr aliasing kAliasings[] = {
     {"a = m", false, true, false, false, false},
 };
 
-class BigintPeer : public testing::Test {
+class BigintPeer : public test::with_pool {
 protected:
     // `cases` operand sets, every operation with each.
     void compare(table operations, int cases, std::uint32_t most, operand_source source)
@@ -333,7 +301,7 @@ protected:
     void compare(const operation& one, const operand_set& set, const aliasing& alias,
                  const std::array<word_list, 3>& operands)
     {
-        const std::array<bigint, 3> ours{value_of(operands[0]), value_of(operands[1]), value_of(operands[2])};
+        const std::array<bigint, 3> ours{of(operands[0]), of(operands[1]), of(operands[2])};
         ZRC_BIGINT *const a = ours[0].get(), *const b = alias.b_is_a ? a : ours[1].get(),
                           *const m = alias.m_is_a ? a : ours[2].get();
         const bigint fresh{ZRC_New_BIGINT()};
@@ -352,8 +320,6 @@ protected:
                       << text(integer{words_of(*r)});
     }
 
-    ZRC_BIGINT_POOL* pool() { return pool_.get(); }
-
 private:
     static std::string text(const integer& value)
     {
@@ -361,8 +327,6 @@ private:
         mpz_get_str(digits.data(), 16, value);
         return digits.c_str();
     }
-
-    std::unique_ptr<ZRC_BIGINT_POOL, releaser> pool_{ZRC_New_BIGINT_Pool()};
 };
 
 TEST_F(BigintPeer, SumsAndWords)
@@ -407,8 +371,7 @@ TEST_F(BigintPeer, DivisionWithTwoResults)
         if (i % 4 == 0 && a.sign() != 0) mpz_sub_ui(a, a, 1);
         integer quotient, remainder;
         mpz_tdiv_qr(quotient, remainder, a, d);
-        const bigint ours[] = {value_of(a.words()), value_of(d.words()), bigint{ZRC_New_BIGINT()},
-                               bigint{ZRC_New_BIGINT()}};
+        const bigint ours[] = {of(a.words()), of(d.words()), bigint{ZRC_New_BIGINT()}, bigint{ZRC_New_BIGINT()}};
         const std::size_t q = source.below(4), r = (q + 1 + source.below(3)) % 4;
         ASSERT_EQ(ZRC_Div_BIGINT(ours[q].get(), ours[r].get(), ours[0].get(), ours[1].get(), pool()), 0U);
         EXPECT_EQ(words_of(*ours[q]), quotient.words());
@@ -428,7 +391,7 @@ TEST_F(BigintPeer, Conversions)
     for (int i = 0; i < 20000 / kShare && !HasFailure(); ++i) {
         const word_list words = source.words(130);
         const integer expected{words};
-        const bigint value = value_of(words);
+        const bigint value = of(words);
         std::vector<std::uint8_t> bytes(4 * words.size() + 1), expected_bytes(bytes.size());
         std::size_t count = 0;
         mpz_export(expected_bytes.data(), &count, 1, 1, 0, 0, expected);
@@ -437,10 +400,10 @@ TEST_F(BigintPeer, Conversions)
         const bigint back{ZRC_Binary_To_BIGINT(bytes.data(), std::int32_t(count), nullptr)};
         EXPECT_EQ(words_of(*back), words);
 
-        const std::unique_ptr<char, releaser> decimal{ZRC_BIGINT_To_DEC(value.get())};
+        const text_ptr decimal{ZRC_BIGINT_To_DEC(value.get())};
         std::string digits(mpz_sizeinbase(expected, 10) + 2, '\0');
         EXPECT_STREQ(decimal.get(), mpz_get_str(digits.data(), 10, expected));
-        const std::unique_ptr<char, releaser> hexadecimal{ZRC_BIGINT_To_HEX(value.get())};
+        const text_ptr hexadecimal{ZRC_BIGINT_To_HEX(value.get())};
         integer read;
         EXPECT_EQ(mpz_set_str(read, hexadecimal.get(), 16), 0);
         EXPECT_EQ(mpz_cmp(read, expected), 0);

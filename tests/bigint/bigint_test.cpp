@@ -1,49 +1,27 @@
 // BIGINT values, their conversions, and the pool of temporaries.
-#include "kestrim/bigint.h"
 #include "kestrim_crypto.h"
+#include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
-#include <cstring>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <tuple>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
+using test::bigint;
 using test::bytes;
 using test::hex;
-using word_list = std::vector<std::uint32_t>;
-
-struct releaser {
-    void operator()(ZRC_BIGINT* bn) const { EXPECT_EQ(ZRC_Free_BIGINT(bn), 0U); }
-    void operator()(ZRC_BIGINT_POOL* pool) const { EXPECT_EQ(ZRC_Free_BIGINT_Pool(pool), 0U); }
-    void operator()(char* text) const { ZRC_Free(text); }
-};
-using bigint = std::unique_ptr<ZRC_BIGINT, releaser>;
-using pool_ptr = std::unique_ptr<ZRC_BIGINT_POOL, releaser>;
-
-bigint of(const word_list& words)
-{
-    bigint bn{ZRC_New_BIGINT()};
-    EXPECT_EQ(zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size())), bn.get());
-    std::copy(words.begin(), words.end(), bn->data);
-    bn->length = std::int32_t(words.size());
-    return bn;
-}
-
-word_list words_of(const ZRC_BIGINT& bn)
-{
-    return {bn.data, bn.data + bn.length};
-}
+using test::of;
+using test::of_bytes;
+using test::pool_ptr;
+using test::word_list;
+using test::words_of;
 
 using fields = std::tuple<std::uint32_t*, std::int32_t, std::int32_t, std::uint32_t>;
 
@@ -54,7 +32,7 @@ fields fields_of(const ZRC_BIGINT& bn)
 
 std::string take(char* text)
 {
-    const std::unique_ptr<char, releaser> owner{text};
+    const test::text_ptr owner{text};
     return text ? text : "(null)";
 }
 
@@ -65,22 +43,6 @@ bytes to_binary(const ZRC_BIGINT& bn, std::int32_t (*convert)(const ZRC_BIGINT*,
     EXPECT_EQ(std::count(out.begin() + count, out.end(), 0xEE), std::ptrdiff_t(out.size()) - count);
     out.resize(std::size_t(count));
     return out;
-}
-
-// Normalised words of a decimal number, the plain way.
-word_list words_of_decimal(const std::string& digits)
-{
-    word_list words;
-    for (const char digit : digits) {
-        std::uint64_t carry = std::uint64_t(digit - '0');
-        for (std::uint32_t& word : words) {
-            carry += std::uint64_t{word} * 10;
-            word = std::uint32_t(carry);
-            carry >>= 32;
-        }
-        if (carry != 0) words.push_back(std::uint32_t(carry));
-    }
-    return words;
 }
 
 const ZRC_BIGINT* const kSharedZero = ZRC_Value_Zero_BIGINT();
@@ -173,44 +135,6 @@ TEST(Bigint, ExpandGrowsExactlyAndKeepsTheValue)
     EXPECT_EQ(zrc_Expand_BIGINT(&fixed.bn, 2), &fixed.bn);
     EXPECT_EQ(zrc_Expand_BIGINT(&fixed.bn, 3), nullptr);
     EXPECT_EQ(words_of(fixed.bn), (word_list{5, 6}));
-}
-
-constexpr std::size_t kWatchedWords = 1024; // a block that stays mapped after its release
-constexpr std::uint32_t kPattern = 0xC35A3CA5;
-
-// Whether released memory still holds words of the pattern, read by the kernel. Must not allocate.
-bool memory_holds_pattern(const void* address)
-{
-    std::array<std::uint32_t, kWatchedWords> seen;
-    const int memory = open("/proc/self/mem", O_RDONLY);
-    const ssize_t got = pread(memory, seen.data(), sizeof seen, off_t(reinterpret_cast<std::uintptr_t>(address)));
-    close(memory);
-    return got == ssize_t(sizeof seen) && std::count(seen.begin(), seen.end(), kPattern) > 3;
-}
-
-TEST(Bigint, ArraysAreWipedBeforeTheyAreReleased)
-{
-    const auto leaves_a_trace = [](auto release) {
-        ZRC_BIGINT* bn = ZRC_New_BIGINT();
-        zrc_Expand_BIGINT(bn, kWatchedWords);
-        const std::unique_ptr<char, releaser> barrier{static_cast<char*>(ZRC_Malloc(16))}; // keeps the block apart
-        std::fill_n(bn->data, kWatchedWords, kPattern);
-        bn->length = 8; // those above are a former, longer value
-        const void* const array = bn->data;
-        release(bn);
-        return memory_holds_pattern(array);
-    };
-    const bool visible = leaves_a_trace([](ZRC_BIGINT* bn) {
-        ZRC_Free(bn->data);
-        ZRC_Free(bn);
-    });
-    if (!visible) GTEST_SKIP() << "released memory cannot be looked at here";
-    EXPECT_FALSE(leaves_a_trace([](ZRC_BIGINT* bn) { ZRC_Free_BIGINT(bn); }));
-    bigint grown;
-    EXPECT_FALSE(leaves_a_trace([&](ZRC_BIGINT* bn) {
-        zrc_Expand_BIGINT(bn, 4 * kWatchedWords);
-        grown.reset(bn);
-    }));
 }
 
 // Accessors
@@ -414,52 +338,18 @@ TEST(Bigint, ConvertsBytesAndTexts)
     }
 }
 
-TEST(Bigint, BytesOfEveryLengthComeBack)
-{
-    test::repeatable random{41};
-    for (std::size_t size = 1; size <= 150; ++size) {
-        bytes data = random.data(size + 1); // converted from an odd address too
-        data[size % 2] |= 1;
-        const std::span<const std::uint8_t> part = std::span{data}.subspan(size % 2, size);
-        const bigint bn{ZRC_Binary_To_BIGINT(part.data(), std::int32_t(size), nullptr)};
-        EXPECT_EQ(hex(to_binary(*bn, ZRC_BIGINT_To_Binary_Unsigned)), hex(part));
-        EXPECT_EQ(hex(to_binary(*bn, ZRC_BIGINT_To_Binary)), (part[0] < 0x80 ? "" : "00") + hex(part));
-        EXPECT_EQ(words_of(*bigint{ZRC_HEX_To_BIGINT(take(ZRC_BIGINT_To_HEX(bn.get())).c_str())}), words_of(*bn));
-    }
-}
-
 TEST(Bigint, ConvertsThePublishedDecimals)
 {
     for (const test::stanza& vector : test::read_vectors("bigint_decimal.txt", "decimal")) {
         const bytes& value = vector["value"];
         std::string decimal = hex(vector["decimal"]); // two digits a byte
         decimal.erase(0, std::min(decimal.find_first_not_of('0'), decimal.size() - 1));
-        const bigint bn{ZRC_Binary_To_BIGINT(value.data(), std::int32_t(value.size()), nullptr)};
+        const bigint bn = of_bytes(value);
         EXPECT_EQ(take(ZRC_BIGINT_To_DEC(bn.get())), decimal) << vector.place;
         if (value[0] == 0) continue; // text with needless zeros
         const bigint parsed{ZRC_HEX_To_BIGINT(hex(value).c_str())};
         EXPECT_EQ(ZRC_Cmp_BIGINT(parsed.get(), bn.get()), 0) << vector.place;
     }
-}
-
-TEST(Bigint, DecimalTextOfEveryLength)
-{
-    for (std::int32_t bits = 1; bits <= 700; ++bits) { // the largest value of each bit length needs the most room
-        const bigint bn{ZRC_New_BIGINT()};
-        for (std::int32_t bit = 0; bit < bits; ++bit)
-            ZRC_Set_BIGINT_Bit(bn.get(), bit);
-        const word_list before = words_of(*bn);
-        EXPECT_EQ(words_of_decimal(take(ZRC_BIGINT_To_DEC(bn.get()))), before) << bits;
-        EXPECT_EQ(words_of(*bn), before);
-    }
-    std::string power = "1"; // powers of ten: chunks of zeros only
-    for (int digits = 1; digits < 60; ++digits, power += '0')
-        EXPECT_EQ(take(ZRC_BIGINT_To_DEC(of(words_of_decimal(power)).get())), power);
-    const bigint thousands = of({});
-    ASSERT_EQ(ZRC_Set_BIGINT_Bit(thousands.get(), 20000), 0U); // 6,021 digits
-    const std::string text = take(ZRC_BIGINT_To_DEC(thousands.get()));
-    EXPECT_EQ(text.size(), 6021U);
-    EXPECT_EQ(words_of_decimal(text), words_of(*thousands));
 }
 
 TEST(Bigint, TextsOfTheSharedZero)

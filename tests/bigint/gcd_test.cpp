@@ -1,15 +1,14 @@
 // Greatest common divisors and modular inverses: published answers, answers that prove themselves, the secret form
 // against the public one, every code, aliasing and values that are not normalised.
 #include "bigint/euclid.hpp"
-#include "kestrim/bigint.h"
 #include "kestrim/bigint_arithmetic.h"
+#include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <memory>
 #include <utility>
 #include <vector>
 #if __has_include(<valgrind/memcheck.h>)
@@ -18,45 +17,16 @@
 
 namespace {
 
+using test::bigint;
 using test::bytes;
-using word_list = std::vector<std::uint32_t>;
+using test::copy_of;
+using test::of;
+using test::of_bytes;
+using test::word_list;
+using test::words_of;
 
-struct releaser {
-    void operator()(ZRC_BIGINT* bn) const { EXPECT_EQ(ZRC_Free_BIGINT(bn), 0U); }
-    void operator()(ZRC_BIGINT_POOL* pool) const { EXPECT_EQ(ZRC_Free_BIGINT_Pool(pool), 0U); }
-};
-using bigint = std::unique_ptr<ZRC_BIGINT, releaser>;
-
-bigint of(const word_list& words)
-{
-    bigint bn{ZRC_New_BIGINT()};
-    EXPECT_EQ(zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size())), bn.get());
-    std::copy(words.begin(), words.end(), bn->data);
-    bn->length = std::int32_t(words.size());
-    return bn;
-}
-
-bigint of_bytes(const bytes& data)
-{
-    return bigint{ZRC_Binary_To_BIGINT(data.data(), std::int32_t(data.size()), nullptr)};
-}
-
-bigint copy_of(const bigint& bn)
-{
-    return bigint{ZRC_Dup_BIGINT(bn.get())};
-}
-
-word_list words_of(const bigint& bn)
-{
-    return {bn->data, bn->data + bn->length};
-}
-
-class Gcd : public testing::Test {
+class Gcd : public test::with_pool {
 protected:
-    ~Gcd() override { EXPECT_TRUE(pool_->depth == -1 && pool_->used == 0) << pool_->depth << pool_->used; }
-
-    ZRC_BIGINT_POOL* pool() { return pool_.get(); }
-
     std::uint32_t inverse(const bigint& r, const bigint& a, const bigint& m)
     {
         return ZRC_Mod_Inverse_BIGINT(r.get(), a.get(), m.get(), pool());
@@ -86,9 +56,6 @@ protected:
         }
         return code == 0;
     }
-
-private:
-    std::unique_ptr<ZRC_BIGINT_POOL, releaser> pool_{ZRC_New_BIGINT_Pool()};
 };
 
 TEST_F(Gcd, Published)
@@ -232,6 +199,12 @@ TEST_F(Gcd, Codes)
     EXPECT_EQ(ZRC_Mod_Inverse_BIGINT(&small, three.get(), large.get(), pool()), 0x04070016U);
     EXPECT_EQ(zrc_Gcd_BIGINT(&small, large.get(), large.get(), pool()), 0x04060016U);
     EXPECT_EQ(small.length, 1);
+    // Nothing but the result has to fit.
+    EXPECT_EQ(zrc_Gcd_BIGINT(&small, of({12}).get(), of({18}).get(), pool()), 0U);
+    EXPECT_EQ(word, 6U);
+    EXPECT_EQ(ZRC_Mod_Inverse_BIGINT(&small, of({0x55555557, 3}).get(), of({2, 5}).get(), pool()), 0U);
+    EXPECT_EQ(word, 3U);
+    EXPECT_EQ(small.length, 1);
 
     for (const bigint* m : {&zero, &two, &six})
         EXPECT_FALSE(zrc::secret_mod_inverse(r.get(), three.get(), m->get()));
@@ -269,8 +242,8 @@ TEST(ConstantTimeInverse, OnlyTheAnswerIsSeen)
         const bigint a = of_bytes(random.data(4 * words + 4)), m = of_bytes(random.data(4 * words)), r = of({});
         m->data[0] |= 1;
         const bigint expected = of({});
-        const std::uint32_t code = ZRC_Mod_Inverse_BIGINT(
-            expected.get(), a.get(), m.get(), std::unique_ptr<ZRC_BIGINT_POOL, releaser>{ZRC_New_BIGINT_Pool()}.get());
+        const std::uint32_t code =
+            ZRC_Mod_Inverse_BIGINT(expected.get(), a.get(), m.get(), test::pool_ptr{ZRC_New_BIGINT_Pool()}.get());
 
         VALGRIND_MAKE_MEM_UNDEFINED(a->data, 4 * std::size_t(a->length));
         VALGRIND_MAKE_MEM_UNDEFINED(m->data + 1, 4 * std::size_t(m->length - 2));

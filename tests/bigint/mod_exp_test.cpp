@@ -2,8 +2,8 @@
 #include "bigint/mod_exp.hpp"
 #include "core/cpu.hpp"
 #include "core/owned.hpp"
-#include "kestrim/bigint.h"
 #include "kestrim/bigint_arithmetic.h"
+#include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
 
 #include <algorithm>
@@ -18,27 +18,17 @@
 
 namespace {
 
+using test::bigint;
 using test::bytes;
-using zrc::limb;
-using bigint = zrc::owned<ZRC_BIGINT, ZRC_Free_BIGINT>;
-using pool = zrc::owned<ZRC_BIGINT_POOL, ZRC_Free_BIGINT_Pool>;
+using test::of_bytes;
+using pool = test::pool_ptr;
 using context = zrc::owned<ZRC_BIGINT_MONT, zrc_Free_BIGINT_MONT>;
-
-bigint from_bytes(const bytes& data)
-{
-    return bigint{ZRC_Binary_To_BIGINT(data.data(), std::int32_t(data.size()), nullptr)};
-}
 
 bigint small(std::uint32_t word)
 {
     bigint value{ZRC_New_BIGINT()};
     ZRC_Set_BIGINT_Word(value.get(), word);
     return value;
-}
-
-bigint copy(const bigint& value)
-{
-    return bigint{ZRC_Dup_BIGINT(value.get())};
 }
 
 std::string text(const ZRC_BIGINT* value)
@@ -70,7 +60,7 @@ public:
             byte = dense ? std::uint8_t(engine_()) : engine_() % 3 == 0 ? 0 : 0xFF;
         data[0] &= std::uint8_t(0xFF >> (8 * data.size() - bits));
         data[0] |= std::uint8_t(1 << ((bits - 1) % 8));
-        return from_bytes(data);
+        return of_bytes(data);
     }
 
     bigint odd(std::size_t bits)
@@ -126,7 +116,7 @@ void expect_power(const bigint& a, const bigint& e, const bigint& m, const std::
         EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), a.get(), e.get(), m.get(), nullptr), 0U);
         EXPECT_EQ(text(r), expected) << "public";
 
-        bigint first = copy(a), second = copy(e), third = copy(m);
+        bigint first = test::copy_of(a), second = test::copy_of(e), third = test::copy_of(m);
         const auto bound = ZRC_Get_BIGINT_Bits_Length(e.get());
         EXPECT_TRUE(zrc::secret_mod_exp({first.get(), first.get(), e.get(), m.get(), bound}));
         EXPECT_EQ(text(first), expected) << "secret";
@@ -141,8 +131,8 @@ TEST(ModExp, Vectors)
 {
     for (const test::stanza& vector : test::read_vectors("modexp.txt", "modexp odd modulus")) {
         SCOPED_TRACE(vector.place);
-        expect_power(from_bytes(vector["a"]), from_bytes(vector["e"]), from_bytes(vector["m"]),
-                     text(from_bytes(vector["power"])));
+        expect_power(of_bytes(vector["a"]), of_bytes(vector["e"]), of_bytes(vector["m"]),
+                     text(of_bytes(vector["power"])));
     }
 }
 
@@ -273,21 +263,21 @@ TEST(Montgomery, Vectors)
     const context mont{zrc_New_BIGINT_MONT()};
     for (const test::stanza& vector : test::read_vectors("modexp.txt", "montgomery")) {
         SCOPED_TRACE(vector.place);
-        const bigint m = from_bytes(vector["m"]), a = from_bytes(vector["a"]), b = from_bytes(vector["b"]);
+        const bigint m = of_bytes(vector["m"]), a = of_bytes(vector["a"]), b = of_bytes(vector["b"]);
         ASSERT_EQ(zrc_Set_BIGINT_MONT(mont.get(), m.get(), scratch.get()), 0U);
         EXPECT_EQ(mont->ri, 32 * m->length);
-        EXPECT_EQ(mont->ninv0, ZRC_Get_BIGINT_Word(from_bytes(vector["ninv0"]).get()));
-        EXPECT_EQ(text(&mont->RR), text(from_bytes(vector["rr"])));
+        EXPECT_EQ(mont->ninv0, ZRC_Get_BIGINT_Word(of_bytes(vector["ninv0"]).get()));
+        EXPECT_EQ(text(&mont->RR), text(of_bytes(vector["rr"])));
         EXPECT_EQ(text(&mont->N), text(m));
         EXPECT_EQ(mont->Ni.length, 0);
 
-        bigint r = copy(a), over = copy(b);
+        bigint r = test::copy_of(a), over = test::copy_of(b);
         EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(r.get(), r.get(), b.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), text(from_bytes(vector["abr"])));
+        EXPECT_EQ(text(r), text(of_bytes(vector["abr"])));
         EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(over.get(), a.get(), over.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(over), text(from_bytes(vector["abr"])));
+        EXPECT_EQ(text(over), text(of_bytes(vector["abr"])));
         EXPECT_EQ(zrc_BIGINT_from_Montgomery(r.get(), a.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), text(from_bytes(vector["ar"])));
+        EXPECT_EQ(text(r), text(of_bytes(vector["ar"])));
     }
     EXPECT_EQ(scratch->depth, -1);
     EXPECT_EQ(scratch->used, 0);
@@ -351,6 +341,11 @@ TEST(Montgomery, RefusesArguments)
     EXPECT_EQ(zrc_BIGINT_from_Montgomery(nullptr, seven.get(), mont.get(), scratch.get()), 0x040C0049U);
     EXPECT_EQ(zrc_BIGINT_from_Montgomery(r.get(), seven.get(), mont.get(), nullptr), 0x040C0057U);
     EXPECT_EQ(text(r), "00000009");
+
+    ZRC_BIGINT full{nullptr, 0, 0, ZRC_BIGINT_STATIC};
+    EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(&full, six.get(), six.get(), mont.get(), scratch.get()), 0x040B0016U);
+    EXPECT_EQ(zrc_BIGINT_from_Montgomery(&full, six.get(), mont.get(), scratch.get()), 0x040C0016U);
+    EXPECT_EQ(scratch->depth, -1);
 }
 
 } // namespace

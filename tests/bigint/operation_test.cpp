@@ -1,63 +1,28 @@
 // Sums, products, quotients, shifts, modular arithmetic and random values: published answers, the documented
 // peculiarities, every code, growth, aliasing and values that are not normalised. The comparison with another
 // library, by the million, is in bigint_peer_test.cpp.
-#include "kestrim/bigint.h"
 #include "kestrim/bigint_arithmetic.h"
+#include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using test::bytes;
-using word_list = std::vector<std::uint32_t>;
-
-struct releaser {
-    void operator()(ZRC_BIGINT* bn) const { EXPECT_EQ(ZRC_Free_BIGINT(bn), 0U); }
-    void operator()(ZRC_BIGINT_POOL* pool) const { EXPECT_EQ(ZRC_Free_BIGINT_Pool(pool), 0U); }
-};
-using bigint = std::unique_ptr<ZRC_BIGINT, releaser>;
-
-// A value in an array of exactly its words, whatever they are.
-bigint of(const word_list& words)
-{
-    bigint bn{ZRC_New_BIGINT()};
-    EXPECT_EQ(zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size())), bn.get());
-    std::copy(words.begin(), words.end(), bn->data);
-    bn->length = std::int32_t(words.size());
-    return bn;
-}
-
-bigint of_bytes(const bytes& data)
-{
-    return bigint{ZRC_Binary_To_BIGINT(data.data(), std::int32_t(data.size()), nullptr)};
-}
-
-word_list words_of(const bigint& bn)
-{
-    return {bn->data, bn->data + bn->length};
-}
+using test::bigint;
+using test::of;
+using test::of_bytes;
+using test::word_list;
+using test::words_of;
+using Operation = test::with_pool;
 
 const word_list kOnes(16, UINT32_MAX);
-
-class Operation : public testing::Test {
-protected:
-    ~Operation() override { expect_no_frame(); }
-
-    void expect_no_frame() { EXPECT_TRUE(pool_->depth == -1 && pool_->used == 0) << pool_->depth << pool_->used; }
-    ZRC_BIGINT_POOL* pool() { return pool_.get(); }
-
-private:
-    std::unique_ptr<ZRC_BIGINT_POOL, releaser> pool_{ZRC_New_BIGINT_Pool()};
-};
 
 // Runs `compute` with a fresh result and compares that with a value of the vector.
 void expect_value(const test::stanza& vector, const std::string& name, auto compute)
@@ -104,24 +69,6 @@ TEST_F(Operation, GivesThePublishedQuotientsAndRemainders)
             expect_value(vector, "remainder",
                          [&](ZRC_BIGINT* r) { return ZRC_Div_BIGINT(nullptr, r, a.get(), d.get(), own); });
         }
-    }
-}
-
-TEST_F(Operation, GivesThePublishedResultsWithOneWord)
-{
-    for (const test::stanza& vector : test::read_vectors("bigint_words.txt", "word")) {
-        const std::uint32_t w = ZRC_Get_BIGINT_Word(of_bytes(vector["w"]).get());
-        const std::uint32_t remainder = ZRC_Get_BIGINT_Word(of_bytes(vector["remainder"]).get());
-        const bigint a = of_bytes(vector["a"]), sum = of_bytes(vector["sum"]);
-        const auto in_place = [&](const bigint& from, auto operate) {
-            return [&from, operate](ZRC_BIGINT* r) { return ZRC_Copy_BIGINT(r, from.get()) | operate(r); };
-        };
-        expect_value(vector, "sum", in_place(a, [w](ZRC_BIGINT* r) { return ZRC_Add_BIGINT_Word(r, w); }));
-        expect_value(vector, "a", in_place(sum, [w](ZRC_BIGINT* r) { return ZRC_Sub_BIGINT_Word(r, w); }));
-        expect_value(vector, "product", in_place(a, [w](ZRC_BIGINT* r) { return ZRC_Mtp_BIGINT_Word(r, w); }));
-        expect_value(vector, "quotient",
-                     in_place(a, [=](ZRC_BIGINT* r) { return ZRC_Div_BIGINT_Word(r, w) ^ remainder; }));
-        EXPECT_EQ(ZRC_Mod_BIGINT_Word(a.get(), w), remainder) << vector.place;
     }
 }
 
@@ -391,14 +338,15 @@ TEST_F(Operation, APoolThatFailsHasItsCodes)
              return ZRC_Mod_Sub_BIGINT(r.get(), d.get(), of({2, 1}).get(), a.get(), p);
          },
          0x040F001B, 0x040F0057, 0x040F0001},
+        {[&](ZRC_BIGINT_POOL* p) { return ZRC_Mod_Inverse_BIGINT(nullptr, of({3}).get(), d.get(), p); }, 0x0407001B,
+         0x04070057, 0x04070016},
         {[&](ZRC_BIGINT_POOL* p) { return ZRC_Mod_Exp_BIGINT(r.get(), a.get(), a.get(), d.get(), p); }, 0x0414001B,
          0x04140057, 0x0414003E},
         {[&](ZRC_BIGINT_POOL* p) { return ZRC_Mod_Exp_BIGINT(r.get(), of({3}).get(), of({2}).get(), d.get(), p); },
          0x0414001B, 0x04140057, 0x0414003E},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
-        std::unique_ptr<ZRC_BIGINT_POOL, releaser> empty{ZRC_New_BIGINT_Pool()}, full{ZRC_New_BIGINT_Pool()},
-            stiff{ZRC_New_BIGINT_Pool()};
+        const test::pool_ptr empty{ZRC_New_BIGINT_Pool()}, full{ZRC_New_BIGINT_Pool()}, stiff{ZRC_New_BIGINT_Pool()};
         ASSERT_EQ(ZRC_Start_BIGINT_Pool(empty.get()), 0U);
         ASSERT_TRUE(ZRC_Get_BIGINT_Pool(empty.get()));
         ASSERT_EQ(ZRC_Clear_BIGINT_Pool(empty.get()), 0U);

@@ -3,10 +3,10 @@
 #include "bigint/miller_rabin.hpp"
 #include "bigint/prime_sieve.hpp"
 #include "bigint/small_primes.hpp"
-#include "core/owned.hpp"
 #include "kestrim/bigint_arithmetic.h"
 #include "kestrim/bigint_prime.h"
 #include "kestrim/digest.h"
+#include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
 
 #include <algorithm>
@@ -19,23 +19,10 @@
 
 namespace {
 
+using test::bigint;
 using test::bytes;
-using bigint = zrc::owned<ZRC_BIGINT, ZRC_Free_BIGINT>;
-using word_list = std::vector<std::uint32_t>;
-
-bigint of(const word_list& words)
-{
-    bigint bn{ZRC_New_BIGINT()};
-    EXPECT_EQ(zrc_Expand_BIGINT(bn.get(), std::int32_t(words.size()) + 1), bn.get());
-    std::copy(words.begin(), words.end(), bn->data);
-    bn->length = std::int32_t(words.size());
-    return bn;
-}
-
-bigint of_bytes(const bytes& data)
-{
-    return bigint{ZRC_Binary_To_BIGINT(data.data(), std::int32_t(data.size()), nullptr)};
-}
+using test::of;
+using test::of_bytes;
 
 // A value of exactly `bits` bits.
 bigint random_value(test::repeatable& random, std::uint32_t bits)
@@ -70,11 +57,14 @@ std::vector<std::uint32_t> sieving_primes(std::uint32_t bits)
     return primes;
 }
 
-class Prime : public testing::Test {
-protected:
-    ~Prime() override { EXPECT_TRUE(pool_->depth == -1 && pool_->used == 0) << pool_->depth << " " << pool_->used; }
+// What was drawn from the approved generator: odd numbers, to search from, and after the last of them witnesses.
+struct {
+    int odd = 0, witnesses = 0;
+    std::int32_t bits = 0;
+} draws;
 
-    ZRC_BIGINT_POOL* pool() { return pool_.get(); }
+class Prime : public test::with_pool {
+protected:
     std::int32_t test(const bigint& n, std::int32_t rounds) { return ZRC_Is_BIGINT_Prime_Ex(n.get(), rounds, pool()); }
 
     std::uint64_t generated(std::int32_t bits)
@@ -85,9 +75,6 @@ protected:
     }
 
     bigint result_ = of({1});
-
-private:
-    zrc::owned<ZRC_BIGINT_POOL, ZRC_Free_BIGINT_Pool> pool_{ZRC_New_BIGINT_Pool()};
 };
 
 TEST_F(Prime, TableIsThePublishedOne)
@@ -178,13 +165,12 @@ TEST_F(Prime, AllWitnessesOfSmallNumbers)
 // The odd part of n - 1 lies in high words.
 TEST_F(Prime, NumbersWithManyZeroBits)
 {
-    EXPECT_EQ(test(of({1, 0, 0, 1}), 20), -1); // 2^96 + 1
-    EXPECT_EQ(test(of({1, 0, 1}), 20), -1);    // 2^64 + 1
-    EXPECT_EQ(test(of({1, 0, 13}), 20), -1);   // 13 2^64 + 1
-    EXPECT_EQ(test(of({1, 0x180}), 20), -1);   // 3 2^39 + 1
-    EXPECT_EQ(test(of({1, 0x600}), 20), 1);    // 3 2^41 + 1, a factor of the Fermat number F_38
-    EXPECT_EQ(test(of({1, 0xA0000000}), 20), -1);
-    EXPECT_EQ(test(of({1, 0, 0, 0x80}), 20), -1); // 2^103 + 1
+    // 3 2^41 + 1 is a factor of the Fermat number F_38.
+    EXPECT_EQ(test(of({1, 0x600}), 20), 1);
+    // 2^96 + 1, 2^64 + 1, 13 2^64 + 1, 3 2^39 + 1, 5 2^61 + 1, 2^103 + 1
+    for (const test::word_list& composite : std::vector<test::word_list>{
+             {1, 0, 0, 1}, {1, 0, 1}, {1, 0, 13}, {1, 0x180}, {1, 0xA0000000}, {1, 0, 0, 0x80}})
+        EXPECT_EQ(test(of(composite), 20), -1);
 }
 
 TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
@@ -194,14 +180,11 @@ TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
         EXPECT_EQ(test(of({0xFFFFFFFB}), rounds), -1);
         EXPECT_EQ(test(of({2}), rounds), 1);
     }
-    // Of the witnesses 8 to 15, 8 and 9 let 9 pass.
-    int with_one = 0, with_two = 0;
-    for (int i = 0; i < 800; ++i) {
-        with_one += test(of({9}), 2) == 1;
-        with_two += test(of({9}), 3) == 1;
+    for (const std::int32_t rounds : {2, 3, 17}) {
+        draws = {};
+        EXPECT_EQ(test(of({0xFFFFFFFB}), rounds), 1);
+        EXPECT_TRUE(draws.witnesses == rounds - 1 && draws.odd == 0 && draws.bits == 32) << rounds;
     }
-    EXPECT_TRUE(with_one > 120 && with_one < 280) << with_one; // 200 expected, deviation 12
-    EXPECT_TRUE(with_two > 8 && with_two < 100) << with_two;   // 50 expected, deviation 7
     EXPECT_EQ(test(of({9}), 40), -1);
 }
 
@@ -266,28 +249,20 @@ TEST_F(Prime, GeneratedPrimesOfFewBits)
     }
 }
 
-TEST_F(Prime, GeneratedPrimesOfUpTo40Bits)
+// The second candidate of the last pair has met one witness, too.
+TEST_F(Prime, GeneratedPrimesHaveMetTheWitnessesOfTheTable)
 {
-    for (std::int32_t bits = 9; bits <= 40; ++bits) {
-        const std::vector<std::uint32_t> primes = sieving_primes(std::uint32_t(bits));
-        for (int i = 0; i < 5; ++i) {
-            const std::uint64_t n = generated(bits);
-            const auto refuses = [&](std::uint32_t prime) { return n % prime <= 1; };
-            EXPECT_TRUE(is_prime_by_division(n)) << n;
-            EXPECT_TRUE(std::none_of(primes.begin(), primes.end(), refuses)) << n;
-        }
-    }
-}
-
-TEST_F(Prime, GeneratedPrimesOfManyBits)
-{
-    for (const std::int32_t bits : {63, 64, 65, 127, 128, 150, 256, 300, 512, 544, 1024}) {
-        const bigint before{ZRC_Dup_BIGINT(result_.get())};
-        generated(bits);
-        EXPECT_NE(ZRC_Cmp_BIGINT(result_.get(), before.get()), 0);
-        EXPECT_EQ(result_->data[0] & 1, 1U);
-        EXPECT_EQ(test(result_, 10), 1);
-        for (const std::uint32_t prime : sieving_primes(std::uint32_t(bits)))
+    constexpr struct {
+        std::int32_t bits, witnesses;
+    } kRows[] = {{128, 38}, {149, 38}, {150, 20}, {199, 20}, {200, 16}, {249, 16}, {250, 13}, {299, 13},
+                 {300, 10}, {349, 10}, {350, 9},  {399, 9},  {400, 8},  {449, 8},  {450, 7},  {549, 7},
+                 {550, 6},  {649, 6},  {650, 5},  {849, 5},  {850, 4},  {1024, 4}, {1299, 4}, {1300, 3}};
+    for (const auto& row : kRows) {
+        draws = {};
+        generated(row.bits);
+        EXPECT_EQ(draws.witnesses, row.witnesses + 1) << row.bits;
+        EXPECT_TRUE(draws.odd >= 2 && draws.bits == row.bits) << row.bits;
+        for (const std::uint32_t prime : sieving_primes(std::uint32_t(row.bits)))
             ASSERT_GT(ZRC_Mod_BIGINT_Word(result_.get(), prime), 1U) << prime;
     }
     EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), 160, nullptr), 0U);
@@ -338,3 +313,16 @@ TEST_F(Prime, PoolWithoutRoomForAFrame)
 }
 
 } // namespace
+
+extern "C" {
+std::uint32_t __real_ZRC_Rand_BIGINT_Ex(ZRC_BIGINT* r, std::int32_t bits, std::int32_t top, std::int32_t bottom);
+
+// The linker puts this in the place of the library's function (--wrap).
+std::uint32_t __wrap_ZRC_Rand_BIGINT_Ex(ZRC_BIGINT* r, std::int32_t bits, std::int32_t top, std::int32_t bottom)
+{
+    draws.bits = bits;
+    draws.odd += bottom != 0;
+    draws.witnesses = bottom != 0 ? 0 : draws.witnesses + 1;
+    return __real_ZRC_Rand_BIGINT_Ex(r, bits, top, bottom);
+}
+}

@@ -1,4 +1,4 @@
-// The word primitives and the product kernels: published answers, each other, and plain arithmetic on 32-bit words.
+// The word primitives and the product kernels: plain arithmetic on 32-bit words, each other, and published answers.
 #include "bigint/product.hpp"
 #include "kestrim/bigint_words.h"
 #include "tests/vector_file.hpp"
@@ -176,23 +176,6 @@ void with_each_kernel(auto work)
     zrc::product_kernels.force(&eager);
     work(std::string("eager"));
     zrc::product_kernels.force(nullptr);
-}
-
-TEST(Words, GiveThePublishedProducts)
-{
-    with_each_kernel([](const std::string& kernel) {
-        for (const char* section : {"mul", "mul sparse"})
-            for (const test::stanza& vector : test::read_vectors("bigint_words.txt", section)) {
-                const words a = number(vector["a"]), b = number(vector["b"]);
-                const words product = resized(number(vector["product"]), a.size() + b.size());
-                expect_product(a, b, product, kernel + " " + vector.place);
-                expect_product(b, a, product, kernel + " " + vector.place + " swapped");
-            }
-        for (const test::stanza& vector : test::read_vectors("bigint_words.txt", "sqr")) {
-            const words a = number(vector["a"]);
-            expect_square(a, resized(number(vector["square"]), 2 * a.size()), kernel + " " + vector.place);
-        }
-    });
 }
 
 TEST(Words, GiveThePublishedOneWordResults)
