@@ -181,12 +181,14 @@ std::uint32_t raise(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, con
         if (!multiply(powers[i], powers[i - 1], power)) return ZRC_ERR_MOD_MTP_BIGINT_FAIL;
 
     sliding_windows windows{bits, [e](std::size_t bit) { return ZRC_Is_BIGINT_Bit_Set(e, std::int32_t(bit)) != 0; }};
-    if (ZRC_Copy_BIGINT(power, powers[windows.next().power / 2]) != 0) return ZRC_ERR_COPY_BIGINT_FAIL;
-    while (windows.more()) {
-        const auto step = windows.next();
-        for (std::size_t i = 0; i < step.squarings; ++i)
+    auto window = windows.next();
+    if (ZRC_Copy_BIGINT(power, powers[window.power / 2]) != 0) return ZRC_ERR_COPY_BIGINT_FAIL;
+    while (window.at != 0) {
+        const auto next = windows.next();
+        for (std::size_t i = next.at; i < window.at; ++i)
             if (!multiply(power, power, power)) return ZRC_ERR_MOD_MTP_BIGINT_FAIL;
-        if (step.power != 0 && !multiply(power, power, powers[step.power / 2])) return ZRC_ERR_MOD_MTP_BIGINT_FAIL;
+        if (next.power != 0 && !multiply(power, power, powers[next.power / 2])) return ZRC_ERR_MOD_MTP_BIGINT_FAIL;
+        window = next;
     }
     return ZRC_Copy_BIGINT(r, power) == 0 ? 0 : std::uint32_t{ZRC_ERR_COPY_BIGINT_FAIL};
 }

@@ -43,12 +43,11 @@ public:
     context_product(const ZRC_BIGINT& modulus, std::size_t longest_operand) noexcept
         : words_{stored_words(modulus)}, limbs_{limbs_for_words(words_)}, memory_{size(limbs_, longest_operand)}
     {
-        static_assert(portable_montgomery::scratch_limbs(1) <= 2);
         if (memory_.missing()) return;
         m_ = memory_.take(aligned_limbs(limbs_));
         a_ = memory_.take(aligned_limbs(limbs_));
         b_ = memory_.take(aligned_limbs(limbs_));
-        scratch_ = memory_.take(aligned_limbs(2 * limbs_));
+        scratch_ = memory_.take(scratch_limbs(limbs_, longest_operand));
         raw_ = memory_.take(0);
         load_limbs(m_, modulus.data, words_);
     }
@@ -71,8 +70,19 @@ public:
 private:
     static constexpr std::size_t size(std::size_t limbs, std::size_t operand_words) noexcept
     {
-        const std::size_t longest = limbs_for_words(operand_words + kWordsPerLimb - 1);
-        return 3 * aligned_limbs(limbs) + aligned_limbs(2 * limbs) + aligned_limbs(longest);
+        return 3 * aligned_limbs(limbs) + scratch_limbs(limbs, operand_words) + aligned_limbs(longest(operand_words));
+    }
+
+    // For a product, or a division.
+    static constexpr std::size_t scratch_limbs(std::size_t limbs, std::size_t operand_words) noexcept
+    {
+        return aligned_limbs(std::max(portable_montgomery::scratch_limbs(limbs),
+                                      steady_division::memory_limbs(limbs, longest(operand_words))));
+    }
+
+    static constexpr std::size_t longest(std::size_t operand_words) noexcept
+    {
+        return limbs_for_words(operand_words + kWordsPerLimb - 1);
     }
 
     void set(limb* to, const ZRC_BIGINT& value, std::size_t zero_words) noexcept

@@ -9,8 +9,12 @@
 //   size_t digits() const             digits of one lane, padding included; a multiple of 64 bytes
 //   size_t workspace_digits() const   what prepare() keeps: constants and scratch memory; a multiple of 64 bytes
 //   void prepare(digit* workspace, const limb* const (&m)[lanes])
+//   void prepare_loads()              what load() and one() need
 //   void load(digit* r, size_t lane, const limb* a)         r's lane = a in Montgomery form; a has `limbs` limbs
+//   void load_once(digit* r, size_t lane, const limb* a)    the same without prepare_loads(), and as much work as both
 //   void store(limb* r, size_t lane, const digit* a)        out of it, fully reduced
+//   void load_plain(digit* r, size_t lane, const limb* a), store_plain(limb* r, size_t lane, const digit* a)
+//                                     as it is: a product with a plain factor below m is no longer in Montgomery form
 //   void one(digit* r), mul(digit* r, const digit* a, const digit* b), sqr(digit* r, const digit* a)
 //                                     all lanes at once; r may be an operand
 //   void select(digit* r, const digit* table, size_t entries, const size_t (&index)[lanes])
@@ -60,30 +64,26 @@ constexpr unsigned fixed_window_width(std::size_t bits) noexcept
 template <class Bit>
 class sliding_windows {
 public:
-    struct step {
-        std::size_t squarings; // first square so often; the first step of all has nothing but 1 to square
-        std::size_t power;     // then multiply by a^power, odd and below 2^width; 0: do not
+    struct window {
+        std::size_t at;    // multiply by a^power when there are so many squarings left to do
+        std::size_t power; // odd and below 2^width; 0: no more windows, and `at` is 0
     };
 
-    // `bits` is the length of the exponent, 1 or more.
     sliding_windows(std::size_t bits, Bit bit) noexcept : left_{bits}, width_{sliding_window_width(bits)}, bit_{bit} {}
 
-    bool more() const noexcept { return left_ != 0; }
-
-    step next() noexcept
+    window next() noexcept
     {
-        step result{0, 0};
-        for (; left_ != 0 && !bit_(left_ - 1); --left_)
-            ++result.squarings;
-        if (left_ == 0) return result;
+        while (left_ != 0 && !bit_(left_ - 1))
+            --left_;
+        if (left_ == 0) return {0, 0};
 
         std::size_t length = std::min<std::size_t>(width_, left_);
         while (!bit_(left_ - length))
             --length;
+        window result{left_ - length, 0};
         for (std::size_t i = 1; i <= length; ++i)
             result.power = result.power << 1 | std::size_t{bit_(left_ - i)};
-        result.squarings += length;
-        left_ -= length;
+        left_ = result.at;
         return result;
     }
 
@@ -170,38 +170,130 @@ inline std::size_t exponent_window(const limb* e, std::size_t bits, std::size_t 
     return std::size_t(window & ((limb{1} << width) - 1));
 }
 
-// mod_exp_kernel::open over a one-lane core.
+struct exponent_bit {
+    const limb* e;
+    bool operator()(std::size_t at) const noexcept { return (e[at / kLimbBits] >> (at % kLimbBits) & 1) != 0; }
+};
+
+// One power of a product: its windows, and the odd powers of its base that they refer to.
 template <class Core>
-bool open_exponentiation(const mod_exp_task& task) noexcept
+struct open_factor {
+    using digit = typename Core::digit;
+
+    explicit open_factor(const mod_exp_task& of) noexcept
+        : task{of}, windows{of.e_bits, exponent_bit{of.e}}, window{windows.next()}
+    {
+    }
+
+    // From the base, which is in the table's first place.
+    void set_odd_powers(Core& core, digit* temporary) noexcept
+    {
+        const std::size_t count = odd_powers_for(task.e_bits), element = core.digits();
+        if (count > 1) core.sqr(temporary, table);
+        for (std::size_t i = 1; i < count; ++i)
+            core.mul(table + i * element, table + (i - 1) * element, temporary);
+    }
+
+    const mod_exp_task& task;
+    sliding_windows<exponent_bit> windows;
+    typename sliding_windows<exponent_bit>::window window; // the next one
+    digit* table = nullptr;                                // a, a^3, a^5, ...
+};
+
+// Their product on its way, after so many squarings that `at` are left.
+template <class Core>
+class open_accumulator {
+public:
+    using digit = typename Core::digit;
+
+    open_accumulator(Core& core, digit* value) noexcept : core_{core}, value_{value} {}
+
+    // Multiplies by the window of `factor` that ends at `at`, if there is one.
+    void multiply(open_factor<Core>& factor, std::size_t at) noexcept
+    {
+        const auto [here, power] = factor.window;
+        if (here != at || power == 0) return;
+        factor.window = factor.windows.next();
+        const digit* const value = factor.table + power / 2 * core_.digits();
+        if (!started_)
+            std::copy_n(value, core_.digits(), value_);
+        else if (at == 0 && power == 1 && last_ == nullptr)
+            last_ = &factor;
+        else
+            core_.mul(value_, value_, value);
+        started_ = true;
+    }
+
+    void square() noexcept { core_.sqr(value_, value_); }
+
+    void store(limb* r) noexcept
+    {
+        if (last_ == nullptr) return core_.store(r, 0, value_);
+        core_.load_plain(last_->table, 0, last_->task.a);
+        core_.mul(value_, value_, last_->table);
+        core_.store_plain(r, 0, value_);
+    }
+
+private:
+    Core& core_;
+    digit* value_;
+    bool started_ = false;
+    open_factor<Core>* last_ = nullptr; // whose base itself is the very last factor: plain, it ends Montgomery form
+};
+
+// first.r = the product of the powers of all tasks, which have the same modulus, over a one-lane core.
+template <class Core, class... Tasks>
+bool open_exponentiation_of(const mod_exp_task& first, const Tasks&... others) noexcept
 {
     using digit = typename Core::digit;
     static_assert(Core::lanes == 1);
 
-    Core core{task.limbs};
-    const std::size_t element = core.digits();
-    const std::size_t odd_powers = odd_powers_for(task.e_bits);
-    exponentiation_memory<digit> memory{core.workspace_digits() + (odd_powers + 1) * element};
+    Core core{first.limbs};
+    open_factor<Core> factors[]{open_factor<Core>{first}, open_factor<Core>{others}...};
+    std::size_t elements = 1;
+    for (const auto& factor : factors)
+        elements += odd_powers_for(factor.task.e_bits);
+    exponentiation_memory<digit> memory{core.workspace_digits() + elements * core.digits()};
     if (memory.missing()) return false;
-    core.prepare(memory.take(core.workspace_digits()), {task.m});
-    digit* const accumulator = memory.take(element);
-    digit* const table = memory.take(odd_powers * element); // a, a^3, a^5, ...
+    core.prepare(memory.take(core.workspace_digits()), {first.m});
+    digit* const value = memory.take(core.digits());
 
-    core.load(table, 0, task.a);
-    if (odd_powers > 1) core.sqr(accumulator, table);
-    for (std::size_t i = 1; i < odd_powers; ++i)
-        core.mul(table + i * element, table + (i - 1) * element, accumulator);
-
-    const auto bit = [&](std::size_t at) { return (task.e[at / kLimbBits] >> (at % kLimbBits) & 1) != 0; };
-    sliding_windows windows{task.e_bits, bit};
-    std::copy_n(table + windows.next().power / 2 * element, element, accumulator);
-    while (windows.more()) {
-        const auto step = windows.next();
-        for (std::size_t i = 0; i < step.squarings; ++i)
-            core.sqr(accumulator, accumulator);
-        if (step.power != 0) core.mul(accumulator, accumulator, table + step.power / 2 * element);
+    constexpr bool kSeveral = sizeof...(others) != 0;
+    if (kSeveral) core.prepare_loads();
+    std::size_t at = 0;
+    for (auto& factor : factors) {
+        factor.table = memory.take(odd_powers_for(factor.task.e_bits) * core.digits());
+        kSeveral ? core.load(factor.table, 0, factor.task.a) : core.load_once(factor.table, 0, factor.task.a);
+        factor.set_odd_powers(core, value);
+        at = std::max(at, factor.window.at);
     }
-    core.store(task.r, 0, accumulator);
+    open_accumulator<Core> product{core, value};
+    for (;;) {
+        std::size_t next = 0;
+        for (auto& factor : factors) {
+            product.multiply(factor, at);
+            next = std::max(next, factor.window.at);
+        }
+        if (at == 0) break;
+        for (; at != next; --at)
+            product.square();
+    }
+    product.store(first.r);
     return true;
+}
+
+// mod_exp_kernel::open over a one-lane core.
+template <class Core>
+bool open_exponentiation(const mod_exp_task& task) noexcept
+{
+    return open_exponentiation_of<Core>(task);
+}
+
+// mod_exp_kernel::open_product over a one-lane core.
+template <class Core>
+bool open_product(const mod_exp_task& first, const mod_exp_task& second) noexcept
+{
+    return open_exponentiation_of<Core>(first, second);
 }
 
 // mod_exp_kernel::secret over a one-lane core, secret_pair over a two-lane one: `tasks` have one number of limbs. The
@@ -224,6 +316,7 @@ bool secret_exponentiation_in_lanes(const mod_exp_task* const (&tasks)[Core::lan
     exponentiation_memory<digit> memory{core.workspace_digits() + (entries + 2) * element};
     if (memory.missing()) return false;
     core.prepare(memory.take(core.workspace_digits()), moduli);
+    core.prepare_loads();
     digit* const accumulator = memory.take(element);
     digit* const factor = memory.take(element);
     digit* const table = memory.take(entries * element); // 1, a, a^2, ...

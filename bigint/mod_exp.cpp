@@ -56,7 +56,7 @@ public:
         a_ = take(a, a_limbs_);
         reduced_ = memory_.take(aligned_limbs(limbs_));
         r_ = memory_.take(aligned_limbs(limbs_));
-        division_ = memory_.take(aligned_limbs(2 * limbs_));
+        division_ = memory_.take(aligned_limbs(steady_division::memory_limbs(limbs_, a_limbs_)));
     }
 
     bool missing() const noexcept { return memory_.missing(); }
@@ -87,7 +87,8 @@ public:
 private:
     static constexpr std::size_t size(std::size_t limbs, std::size_t a_limbs, std::size_t e_limbs) noexcept
     {
-        return 3 * aligned_limbs(limbs) + aligned_limbs(2 * limbs) + aligned_limbs(a_limbs) + aligned_limbs(e_limbs);
+        return 3 * aligned_limbs(limbs) + aligned_limbs(steady_division::memory_limbs(limbs, a_limbs)) +
+               aligned_limbs(a_limbs) + aligned_limbs(e_limbs);
     }
 
     limb* take(const operand& from, std::size_t limbs) noexcept
@@ -107,6 +108,48 @@ private:
     limb* r_ = nullptr;
     limb* division_ = nullptr;
 };
+
+// One public exponentiation. The exponent is not 0, and the modulus was not refused.
+class open_operands {
+public:
+    open_operands(const ZRC_BIGINT& a, const ZRC_BIGINT& e, const ZRC_BIGINT& m) noexcept
+        : exponent_{public_operand(e)}, modulus_{public_operand(m)}, limbs_{public_operand(a), exponent_,
+                                                                            exponent_.limbs(), modulus_}
+    {
+    }
+
+    mod_exp_outcome prepare() noexcept
+    {
+        if (limbs_.missing()) return mod_exp_outcome::no_memory;
+        if (!limbs_.base_is_reduced()) limbs_.reduce_base();
+        return limbs_.base_is_zero() ? mod_exp_outcome::base_is_zero : mod_exp_outcome::done;
+    }
+
+    mod_exp_task task() const noexcept
+    {
+        const auto zeros = std::size_t(std::countl_zero(exponent_.value.data[exponent_.words - 1]));
+        return limbs_.task(32 * exponent_.words - zeros);
+    }
+
+    mod_exp_outcome store(ZRC_BIGINT& r) const noexcept
+    {
+        if (zrc_Expand_BIGINT(&r, std::int32_t(modulus_.words)) == nullptr) return mod_exp_outcome::no_room;
+        store_normalised(r, limbs_.result(), modulus_.words);
+        return mod_exp_outcome::done;
+    }
+
+private:
+    operand exponent_, modulus_;
+    limb_operands limbs_;
+};
+
+// What is refused, or already decided, by the modulus.
+mod_exp_outcome refusal_of(const ZRC_BIGINT& m) noexcept
+{
+    const words_of modulus{m};
+    if (modulus.is_zero() || (modulus.data[0] & 1) == 0) return mod_exp_outcome::bad_modulus;
+    return modulus.length == 1 && modulus.data[0] == 1 ? mod_exp_outcome::base_is_zero : mod_exp_outcome::done;
+}
 
 // One secret exponentiation, from its arguments to its task and its result.
 class secret_run {
@@ -165,20 +208,27 @@ const mod_exp_kernel& scalar_mod_exp_kernel() noexcept
 
 mod_exp_outcome open_mod_exp(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, const ZRC_BIGINT* m) noexcept
 {
-    const operand base = public_operand(*a), exponent = public_operand(*e), modulus = public_operand(*m);
-    if (exponent.words == 0) return mod_exp_outcome::exponent_is_zero;
-    if (modulus.words == 0 || (m->data[0] & 1) == 0) return mod_exp_outcome::bad_modulus;
-    if (modulus.words == 1 && m->data[0] == 1) return mod_exp_outcome::base_is_zero;
-    const std::size_t e_bits = 32 * exponent.words - std::size_t(std::countl_zero(e->data[exponent.words - 1]));
+    if (is_zero(*e)) return mod_exp_outcome::exponent_is_zero;
+    if (const auto refused = refusal_of(*m); refused != mod_exp_outcome::done) return refused;
+    open_operands power{*a, *e, *m};
+    if (const auto outcome = power.prepare(); outcome != mod_exp_outcome::done) return outcome;
+    if (!mod_exp_kernels.get()->open(power.task())) return mod_exp_outcome::no_memory;
+    return power.store(*r);
+}
 
-    limb_operands operands{base, exponent, exponent.limbs(), modulus};
-    if (operands.missing()) return mod_exp_outcome::no_memory;
-    if (!operands.base_is_reduced()) operands.reduce_base();
-    if (operands.base_is_zero()) return mod_exp_outcome::base_is_zero;
-    if (!mod_exp_kernels.get()->open(operands.task(e_bits))) return mod_exp_outcome::no_memory;
-    if (zrc_Expand_BIGINT(r, std::int32_t(modulus.words)) == nullptr) return mod_exp_outcome::no_room;
-    store_normalised(*r, operands.result(), modulus.words);
-    return mod_exp_outcome::done;
+mod_exp_outcome open_mod_exp_product(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, const ZRC_BIGINT* b,
+                                     const ZRC_BIGINT* f, const ZRC_BIGINT* m) noexcept
+{
+    if (const auto refused = refusal_of(*m); refused != mod_exp_outcome::done) return refused;
+    if (is_zero(*e) && is_zero(*f))
+        return ZRC_Set_BIGINT_Word(r, 1) == 0 ? mod_exp_outcome::done : mod_exp_outcome::no_room;
+    if (is_zero(*e)) return open_mod_exp(r, b, f, m);
+    if (is_zero(*f)) return open_mod_exp(r, a, e, m);
+    open_operands first{*a, *e, *m}, second{*b, *f, *m};
+    for (open_operands* const power : {&first, &second})
+        if (const auto outcome = power->prepare(); outcome != mod_exp_outcome::done) return outcome;
+    if (!mod_exp_kernels.get()->open_product(first.task(), second.task())) return mod_exp_outcome::no_memory;
+    return first.store(*r);
 }
 
 bool secret_mod_exp(const secret_exponentiation& one) noexcept

@@ -22,7 +22,9 @@ struct mod_exp_task {
 
 // What a kernel offers. Each returns false only when there was no memory for its tables. They are wiped in the end.
 struct mod_exp_kernel {
-    bool (*open)(const mod_exp_task& task) noexcept;   // public exponent: sliding windows, the time depends on e
+    bool (*open)(const mod_exp_task& task) noexcept; // public exponent: sliding windows, the time depends on e
+    // first.r = the product of both powers, with one run of squarings; of one modulus.
+    bool (*open_product)(const mod_exp_task& first, const mod_exp_task& second) noexcept;
     bool (*secret)(const mod_exp_task& task) noexcept; // fixed windows, whole-table reads, no secret-dependent branch
     // Two secret ones side by side, as for the two primes of an RSA key; the sizes may differ.
     bool (*secret_pair)(const mod_exp_task& first, const mod_exp_task& second) noexcept;
@@ -52,6 +54,11 @@ enum class mod_exp_outcome {
     no_room, // r cannot grow
 };
 mod_exp_outcome open_mod_exp(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, const ZRC_BIGINT* m) noexcept;
+
+// r = a^e b^f mod m for any public operands: one simultaneous exponentiation, whose squarings serve both. r may be any
+// operand. exponent_is_zero is not returned: an exponent of 0 makes its power 1. base_is_zero: the product is 0.
+mod_exp_outcome open_mod_exp_product(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* e, const ZRC_BIGINT* b,
+                                     const ZRC_BIGINT* f, const ZRC_BIGINT* m) noexcept;
 
 // r = a^e mod m for a secret exponent, any a, e and an odd m above 1; r may be any operand. `e_bits` is the public
 // bound on the length of e that fixes the time (0: the length of m); a longer e is served too, in a time that tells

@@ -463,6 +463,11 @@ bool open_any(const mod_exp_task& task) noexcept
     return task.limbs < kLeastLimbs ? kMontPortable.open(task) : open_exponentiation<core>(task);
 }
 
+bool open_product_any(const mod_exp_task& first, const mod_exp_task& second) noexcept
+{
+    return first.limbs < kLeastLimbs ? kMontPortable.open_product(first, second) : open_product<core>(first, second);
+}
+
 bool secret_any(const mod_exp_task& task) noexcept
 {
     return task.limbs < kLeastLimbs ? kMontPortable.secret(task) : secret_exponentiation_alone<core>(task);
@@ -475,6 +480,6 @@ bool pair_any(const mod_exp_task& first, const mod_exp_task& second) noexcept
 
 } // namespace
 
-constinit const mod_exp_kernel kMontAdx{open_any, secret_any, pair_any};
+constinit const mod_exp_kernel kMontAdx{open_any, open_product_any, secret_any, pair_any};
 
 } // namespace zrc

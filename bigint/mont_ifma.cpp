@@ -91,7 +91,7 @@ public:
 
     std::size_t workspace_digits() const noexcept
     {
-        return (2 * lanes + 1) * digits() + aligned_limbs(3 * limbs_ + power_limbs());
+        return (2 * lanes + 1) * digits() + aligned_limbs(std::max(2 * limbs_ + 1 + division_limbs(), digits() + 2));
     }
 
     void prepare(digit* workspace, const limb* const (&m)[lanes]) noexcept
@@ -104,8 +104,14 @@ public:
             cut(modulus, m[lane]);
             m_[lane] = m[lane];
             moduli_[lane] = {modulus, negative_inverse(m[lane][0])};
-            set_square(lane);
         }
+    }
+
+    void prepare_loads() noexcept
+    {
+        constexpr limb kOne = 1;
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            set_multiple(square_ + lane * digits(), lane, &kOne, 1, 2 * radix_bits());
     }
 
     void load(digit* r, std::size_t lane, const limb* a) noexcept
@@ -114,15 +120,22 @@ public:
         mul_lane(r + lane * digits(), lane, spare_, square_ + lane * digits());
     }
 
+    void load_once(digit* r, std::size_t lane, const limb* a) noexcept
+    {
+        set_multiple(r + lane * digits(), lane, a, limbs_, radix_bits());
+    }
+
     void store(limb* r, std::size_t lane, const digit* a) noexcept
     {
         clear_spare_to_one();
         // At most m: (a + q m) / R with a below 2 m and q below R.
         mul_lane(spare_, lane, a + lane * digits(), spare_);
-        for (std::size_t i = 0; i < limbs_; ++i)
-            r[i] = joined(spare_, i);
-        reduce_once(r, 0, m_[lane], limbs_);
+        join(r, lane, spare_);
     }
+
+    void load_plain(digit* r, std::size_t lane, const limb* a) noexcept { cut(r + lane * digits(), a); }
+
+    void store_plain(limb* r, std::size_t lane, const digit* a) noexcept { join(r, lane, a + lane * digits()); }
 
     void one(digit* r) noexcept
     {
@@ -154,8 +167,15 @@ public:
     }
 
 private:
-    std::size_t rows() const noexcept { return rounds_ * size_.vectors + size_.rest; }
-    std::size_t power_limbs() const noexcept { return 2 * kDigitBits * rows() / kLimbBits + 1; }
+    // Of R.
+    std::size_t radix_bits() const noexcept { return kDigitBits * (rounds_ * size_.vectors + size_.rest); }
+
+    // For set_multiple(): R^2 or a R.
+    std::size_t division_limbs() const noexcept
+    {
+        const std::size_t radix = radix_bits() / kLimbBits + 1;
+        return steady_division::memory_limbs(limbs_, radix + std::max(limbs_, radix) + 1);
+    }
 
     void mul_lane(digit* r, std::size_t lane, const digit* a, const digit* b) noexcept
     {
@@ -168,39 +188,52 @@ private:
         spare_[0] = 1;
     }
 
-    // R^2 mod m
-    void set_square(std::size_t lane) noexcept
+    // The digits of a 2^bits mod m; `a` has at most limbs_ limbs.
+    void set_multiple(digit* r, std::size_t lane, const limb* a, std::size_t a_limbs, std::size_t bits) noexcept
     {
-        limb* const reduced = limbs_memory_ + 2 * limbs_;
-        limb* const power = reduced + limbs_;
-        std::fill_n(power, power_limbs(), limb{0});
-        power[power_limbs() - 1] = limb{1} << (2 * kDigitBits * rows() % kLimbBits);
-        steady_division{limbs_memory_, m_[lane], limbs_}.remainder(reduced, power, power_limbs());
-        cut(square_ + lane * digits(), reduced);
+        limb* const reduced = limbs_memory_;
+        limb* const shifted = reduced + limbs_;
+        limb* const division = shifted + limbs_ + 1;
+        limb below = 0;
+        for (std::size_t i = 0; i <= a_limbs; ++i) {
+            const limb here = i < a_limbs ? a[i] : 0;
+            shifted[i] = here << (bits % kLimbBits) | (below >> 1 >> (kLimbBits - 1 - bits % kLimbBits));
+            below = here;
+        }
+        steady_division{division, m_[lane], limbs_}.remainder(reduced, shifted, a_limbs + 1, bits / kLimbBits);
+        cut(r, reduced);
     }
-
-    std::size_t place(std::size_t i) const noexcept { return kLanes * (i % size_.vectors) + i / size_.vectors; }
 
     // The digits of a number of limbs_ limbs.
     void cut(digit* r, const limb* a) const noexcept
     {
-        for (std::size_t i = 0; i < digits(); ++i) {
-            const std::size_t from = kDigitBits * i / kLimbBits, shift = kDigitBits * i % kLimbBits;
-            const limb low = from < limbs_ ? a[from] >> shift : 0;
-            const limb high = from + 1 < limbs_ ? a[from + 1] << 1 << (kLimbBits - 1 - shift) : 0;
-            digit* const to = r + place(i);
-            *to = (low | high) & ifma::kDigitMask;
+        for (std::size_t lane = 0, bit = 0; lane < kLanes; ++lane) {
+            for (std::size_t vector = 0; vector < size_.vectors; ++vector, bit += kDigitBits) {
+                const std::size_t from = bit / kLimbBits, shift = bit % kLimbBits;
+                const limb low = from < limbs_ ? a[from] >> shift : 0;
+                const limb high = from + 1 < limbs_ ? a[from + 1] << 1 << (kLimbBits - 1 - shift) : 0;
+                r[kLanes * vector + lane] = (low | high) & ifma::kDigitMask;
+            }
         }
     }
 
-    // Limb i of a number of digits.
-    limb joined(const digit* a, std::size_t i) const noexcept
+    // r = a mod m for the digits of a number below 2 m.
+    void join(limb* r, std::size_t lane, const digit* a) noexcept
     {
-        const std::size_t from = kLimbBits * i / kDigitBits, shift = kLimbBits * i % kDigitBits;
-        const std::size_t first = kDigitBits - shift; // bits from the first digit: more than 0
-        limb result = a[place(from)] >> shift | a[place(from + 1)] << first;
-        if (first + kDigitBits < kLimbBits) result |= a[place(from + 2)] << (first + kDigitBits);
-        return result;
+        digit* next = limbs_memory_; // the digits in order
+        for (std::size_t of_vector = 0; of_vector < kLanes; ++of_vector)
+            for (std::size_t vector = 0; vector < size_.vectors; ++vector)
+                *next++ = a[kLanes * vector + of_vector];
+        next[0] = next[1] = 0;
+        const auto joined = [&](std::size_t i) {
+            const digit* const from = limbs_memory_ + kLimbBits * i / kDigitBits;
+            const std::size_t shift = kLimbBits * i % kDigitBits, first = kDigitBits - shift; // of from[0]
+            const limb low = from[0] >> shift | from[1] << first;
+            return first + kDigitBits < kLimbBits ? low | from[2] << (first + kDigitBits) : low;
+        };
+        for (std::size_t i = 0; i < limbs_; ++i)
+            r[i] = joined(i);
+        reduce_once(r, joined(limbs_), m_[lane], limbs_);
     }
 
     std::size_t limbs_;
@@ -210,7 +243,7 @@ private:
     ifma::modulus moduli_[lanes]{};
     digit* square_ = nullptr;      // R^2 mod m
     digit* spare_ = nullptr;       // one number
-    limb* limbs_memory_ = nullptr; // for set_square
+    limb* limbs_memory_ = nullptr; // for set_multiple() and join()
 };
 
 bool suits(const mod_exp_task& task) noexcept
@@ -221,6 +254,12 @@ bool suits(const mod_exp_task& task) noexcept
 bool open_ifma(const mod_exp_task& task) noexcept
 {
     return suits(task) ? open_exponentiation<ifma_core<1>>(task) : scalar_mod_exp_kernel().open(task);
+}
+
+bool open_product_ifma(const mod_exp_task& first, const mod_exp_task& second) noexcept
+{
+    return suits(first) ? open_product<ifma_core<1>>(first, second)
+                        : scalar_mod_exp_kernel().open_product(first, second);
 }
 
 bool secret_ifma(const mod_exp_task& task) noexcept
@@ -237,6 +276,6 @@ bool pair_ifma(const mod_exp_task& first, const mod_exp_task& second) noexcept
 
 } // namespace
 
-constinit const mod_exp_kernel kMontIfma{open_ifma, secret_ifma, pair_ifma};
+constinit const mod_exp_kernel kMontIfma{open_ifma, open_product_ifma, secret_ifma, pair_ifma};
 
 } // namespace zrc

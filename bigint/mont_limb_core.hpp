@@ -74,7 +74,30 @@ public:
         spare_ = square_ + stride_;
         modulus_ = {m_, n_, negative_inverse(m[0][0]), spare_ + stride_};
         copy_extended(m_, m[0]);
-        set_powers();
+    }
+
+    // Not fully reduced. Steps of division reach R B and R B^k, the Montgomery forms of B and B^k, where k is made of
+    // the top bits of n; squarings and products by B go on to B^n, whose Montgomery form is R^2.
+    void prepare_loads() noexcept
+    {
+        unsigned below = 0;
+        while ((n_ >> below) > kMostSteps)
+            ++below;
+
+        steady_division power{modulus_.scratch, m_, limbs_};
+        power.start_at_power(n_ - limbs_ + (n_ >> below));
+        for (std::size_t i = limbs_; i < n_; ++i)
+            power.step();
+        copy_extended(one_, power.value());
+        power.step();
+        copy_extended(spare_, power.value());
+        for (std::size_t i = 1; i < n_ >> below; ++i)
+            power.step();
+        copy_extended(square_, power.value());
+        while (below-- > 0) {
+            sqr(square_, square_);
+            if ((n_ >> below & 1) != 0) mul(square_, square_, spare_);
+        }
     }
 
     void load(limb* r, std::size_t, const limb* a) noexcept
@@ -83,11 +106,24 @@ public:
         mul(r, r, square_);
     }
 
+    void load_once(limb* r, std::size_t, const limb* a) noexcept
+    {
+        steady_division{modulus_.scratch, m_, limbs_}.remainder(spare_, a, limbs_, n_);
+        copy_extended(r, spare_);
+    }
+
     void store(limb* r, std::size_t, const limb* a) noexcept
     {
         Arithmetic::leave(spare_, a, modulus_); // at most m: (a + q m) / R with a and q below R
-        reduce_once(spare_, 0, m_, n_);
-        std::copy_n(spare_, limbs_, r);
+        store_spare(r);
+    }
+
+    void load_plain(limb* r, std::size_t, const limb* a) noexcept { copy_extended(r, a); }
+
+    void store_plain(limb* r, std::size_t, const limb* a) noexcept
+    {
+        std::copy_n(a, n_, spare_);
+        store_spare(r);
     }
 
     void one(limb* r) noexcept { std::copy_n(one_, stride_, r); }
@@ -100,40 +136,26 @@ public:
     }
 
 private:
-    // The division needs 2 * limbs limbs, before any product.
+    static constexpr std::size_t kMostSteps = 8; // of the division, from R to R B^k
+
+    // For products, and before them for the division of R^2 or of a R.
     std::size_t scratch_limbs() const noexcept
     {
-        return aligned_limbs(std::max(Arithmetic::scratch_limbs(n_), 2 * limbs_));
+        return aligned_limbs(std::max(Arithmetic::scratch_limbs(n_),
+                                      steady_division::memory_limbs(limbs_, n_ + std::max(limbs_, kMostSteps))));
+    }
+
+    // From below 2 m.
+    void store_spare(limb* r) noexcept
+    {
+        reduce_once(spare_, 0, m_, n_);
+        std::copy_n(spare_, limbs_, r);
     }
 
     void copy_extended(limb* r, const limb* a) const noexcept
     {
         std::copy_n(a, limbs_, r);
         std::fill_n(r + limbs_, stride_ - limbs_, limb{0});
-    }
-
-    // R and R^2, not fully reduced. Steps of division reach R B and R B^k, the Montgomery forms of B and B^k, where k
-    // is made of the top bits of n; squarings and products by B go on to B^n, whose Montgomery form is R^2.
-    void set_powers() noexcept
-    {
-        unsigned below = 0;
-        while ((n_ >> below) > 8)
-            ++below;
-
-        steady_division power{modulus_.scratch, m_, limbs_};
-        power.start_at_power();
-        for (std::size_t i = limbs_; i < n_; ++i)
-            power.push(0);
-        copy_extended(one_, power.value());
-        power.push(0);
-        copy_extended(spare_, power.value());
-        for (std::size_t i = 1; i < n_ >> below; ++i)
-            power.push(0);
-        copy_extended(square_, power.value());
-        while (below-- > 0) {
-            sqr(square_, square_);
-            if ((n_ >> below & 1) != 0) mul(square_, square_, spare_);
-        }
     }
 
     std::size_t limbs_, n_, stride_;

@@ -23,7 +23,7 @@ limb add_product(limb* r, const limb* a, std::size_t limbs, limb b) noexcept
 }
 
 // t = a^2: each product of two different limbs once, then doubled, and the squares.
-void square(limb* t, const limb* a, std::size_t n) noexcept
+void set_square(limb* t, const limb* a, std::size_t n) noexcept
 {
     std::fill_n(t, n + 1, limb{0});
     for (std::size_t i = 0; i < n; ++i)
@@ -91,7 +91,7 @@ void portable_montgomery::sqr(limb* r, const limb* a, const montgomery_modulus& 
     constexpr std::size_t kLeastLimbs = 8; // below, two steps cost more than half of the products saves
     if (modulus.n < kLeastLimbs) return mul(r, a, a, modulus);
 
-    square(modulus.scratch, a, modulus.n);
+    set_square(modulus.scratch, a, modulus.n);
     reduce(r, modulus);
 }
 
@@ -113,6 +113,7 @@ bool secret_pair(const mod_exp_task& first, const mod_exp_task& second) noexcept
 
 } // namespace
 
-constinit const mod_exp_kernel kMontPortable{open_exponentiation<core>, secret_exponentiation_alone<core>, secret_pair};
+constinit const mod_exp_kernel kMontPortable{open_exponentiation<core>, open_product<core>,
+                                             secret_exponentiation_alone<core>, secret_pair};
 
 } // namespace zrc

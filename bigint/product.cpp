@@ -20,8 +20,8 @@ void square_portable(stored_limb* r, const stored_limb* a, std::size_t n) noexce
 
 } // namespace
 
-constinit const product_kernel kPortableProduct{multiply_portable, square_portable, kWordsPerLimb == 1 ? 16 : 32,
-                                                kWordsPerLimb == 1 ? 16 : 64};
+constinit const product_kernel kPortableProduct{multiply_portable, square_portable, addmul_1,
+                                                kWordsPerLimb == 1 ? 16 : 32, kWordsPerLimb == 1 ? 16 : 64};
 
 namespace {
 

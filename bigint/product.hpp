@@ -65,6 +65,8 @@ struct product_kernel {
     void (*multiply)(stored_limb* r, const stored_limb* a, std::size_t na, const stored_limb* b,
                      std::size_t nb) noexcept;
     void (*square)(stored_limb* r, const stored_limb* a, std::size_t n) noexcept;
+    // addmul_1(); n may be 0.
+    limb (*add_multiple)(stored_limb* r, const stored_limb* a, std::size_t n, limb w) noexcept;
     // From these sizes on, three products (squares) of half the size take less time than one.
     std::size_t multiply_halving_limbs, square_halving_limbs;
 };
@@ -73,6 +75,7 @@ extern const product_kernel kPortableProduct;
 #if KESTRIM_X86_64_KERNELS
 extern const product_kernel kAdxProduct;
 extern const product_kernel kIfmaProduct;
+limb add_multiple_adx(stored_limb* r, const stored_limb* a, std::size_t n, limb w) noexcept; // of both
 #endif
 
 // The list, best first, and the choice made from it.

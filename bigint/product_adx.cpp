@@ -258,6 +258,41 @@ void square_adx(stored_limb* r, const stored_limb* a, std::size_t n) noexcept
 
 } // namespace
 
-constinit const product_kernel kAdxProduct{multiply_adx, square_adx, 64, 64};
+// One chain adds the halves of neighbouring products, the other adds the sums to r.
+limb add_multiple_adx(stored_limb* r, const stored_limb* a, std::size_t n, limb w) noexcept
+{
+    limb above = addmul_1(r, a, n % kBlock, w), low, high;
+    if (n < kBlock) return above;
+    r += n % kBlock;
+    a += n % kBlock;
+    n /= kBlock;
+#define STEP(at, below, here)                                                                                          \
+    "mulx " #at "(%[a]), %[low], %[" #here "]\n\t"                                                                     \
+    "adcx %[" #below "], %[low]\n\t"                                                                                   \
+    "adox " #at "(%[r]), %[low]\n\t"                                                                                   \
+    "movq %[low], " #at "(%[r])\n\t"
+    __asm__ __volatile__(
+        "xorl %k[low], %k[low]\n\t" // no carry in either chain
+        ".p2align 4\n"
+        "1:\n\t" // clang-format off
+                         STEP(0, above, high) STEP(8, high, above) STEP(16, above, high) STEP(24, high, above)
+                         STEP(32, above, high) STEP(40, high, above) STEP(48, above, high) STEP(56, high, above)
+                         "leaq 64(%[a]), %[a]\n\t" // clang-format on
+                                      "leaq 64(%[r]), %[r]\n\t"
+                                      "leaq -1(%[n]), %[n]\n\t"
+                                      "jrcxz 2f\n\t"
+                                      "jmp 1b\n"
+                                      "2:\n\t"
+                                      "movl $0, %k[low]\n\t"
+                                      "adcx %[low], %[above]\n\t"
+                                      "adox %[low], %[above]\n\t"
+        : [r] "+r"(r), [a] "+r"(a), [n] "+c"(n), [above] "+r"(above), [low] "=&r"(low), [high] "=&r"(high)
+        : "d"(w)
+        : "cc", "memory");
+#undef STEP
+    return above;
+}
+
+constinit const product_kernel kAdxProduct{multiply_adx, square_adx, add_multiple_adx, 64, 64};
 
 } // namespace zrc

@@ -392,6 +392,6 @@ void square_ifma(stored_limb* r, const stored_limb* a, std::size_t n) noexcept
 
 } // namespace
 
-constinit const product_kernel kIfmaProduct{multiply_ifma, square_ifma, 256, 256};
+constinit const product_kernel kIfmaProduct{multiply_ifma, square_ifma, add_multiple_adx, 256, 256};
 
 } // namespace zrc

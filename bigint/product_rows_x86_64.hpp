@@ -108,4 +108,45 @@ inline std::uint64_t product_row(row_limb* r, const row_limb* a, std::size_t n, 
 }
 #undef KESTRIM_PRODUCT_ROW
 
+// r = r - (b & mask); returns the borrow.
+inline std::uint64_t masked_row(row_limb* r, const row_limb* b, std::uint64_t mask, std::size_t n) noexcept
+{
+    using wide = rows<std::uint64_t>::wide;
+    std::uint64_t borrow = 0; // all ones for true in the loop, where adding it to itself gives the carry flag
+    for (; n % 4 != 0; --n, ++r, ++b) {
+        const wide difference = wide{*r} - (*b & mask) - borrow;
+        *r = std::uint64_t(difference);
+        borrow = std::uint64_t(difference >> 64) & 1;
+    }
+    if (n == 0) return borrow;
+    n /= 4;
+    borrow = 0 - borrow;
+    std::uint64_t t0, t1, t2, t3;
+    __asm__ __volatile__(".p2align 4\n"
+                         "1:\n\t"
+                         "movq %[mask], %[t0]\n\t"
+                         "movq %[mask], %[t1]\n\t"
+                         "movq %[mask], %[t2]\n\t"
+                         "movq %[mask], %[t3]\n\t"
+                         "andq (%[b]), %[t0]\n\t"
+                         "andq 8(%[b]), %[t1]\n\t"
+                         "andq 16(%[b]), %[t2]\n\t"
+                         "andq 24(%[b]), %[t3]\n\t"
+                         "addq %[borrow], %[borrow]\n\t"
+                         "sbbq %[t0], (%[r])\n\t"
+                         "sbbq %[t1], 8(%[r])\n\t"
+                         "sbbq %[t2], 16(%[r])\n\t"
+                         "sbbq %[t3], 24(%[r])\n\t"
+                         "sbbq %[borrow], %[borrow]\n\t"
+                         "leaq 32(%[b]), %[b]\n\t"
+                         "leaq 32(%[r]), %[r]\n\t"
+                         "decq %[n]\n\t"
+                         "jnz 1b\n\t"
+                         : [r] "+r"(r), [b] "+r"(b), [n] "+r"(n), [borrow] "+r"(borrow), [t0] "=&r"(t0), [t1] "=&r"(t1),
+                           [t2] "=&r"(t2), [t3] "=&r"(t3)
+                         : [mask] "r"(mask)
+                         : "cc", "memory");
+    return 0 - borrow;
+}
+
 } // namespace zrc

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "bigint/limb.hpp"
+#include "bigint/product.hpp"
 #include "core/secret.hpp"
 #include "core/settled.hpp"
 
@@ -21,6 +22,9 @@ inline limb mask_of(bool condition) noexcept
 // r -= b & mask over `limbs` limbs; returns the borrow, 0 or 1.
 inline limb subtract_masked(limb* r, const limb* b, limb mask, std::size_t limbs) noexcept
 {
+#if KESTRIM_X86_64_KERNELS
+    return masked_row(r, b, mask, limbs);
+#else
     limb borrow = 0;
     for (std::size_t i = 0; i < limbs; ++i) {
         const double_limb difference = double_limb{r[i]} - (b[i] & mask) - borrow;
@@ -28,6 +32,7 @@ inline limb subtract_masked(limb* r, const limb* b, limb mask, std::size_t limbs
         borrow = limb(difference >> kLimbBits) & 1;
     }
     return borrow;
+#endif
 }
 
 // r += b & mask; returns the carry.
@@ -52,21 +57,33 @@ inline void reduce_once(limb* r, limb carry, const limb* m, std::size_t limbs) n
 // A running remainder x modulo d = m 2^s, where s makes the top bit of d one; B is 2^kLimbBits. Quotients are
 // estimated from three limbs by two with a reciprocal, which is exact for those (N. Moeller, T. Granlund, "Improved
 // division by invariant integers", 2011, algorithm 5), and so at most one too large for the whole of d.
+//
+// The remainder stands on top of the limbs that are still to come, so that a step moves nothing. It takes q d away by
+// adding q (B^limbs - d), because there are instructions for two carries at a time and none for two borrows.
 class steady_division {
 public:
-    // `memory` holds 2 * limbs limbs for as long as this lives. m's top limb is not zero; with its lowest bit set
-    // this shows, and the count needs no branch.
+    // What a numerator of that many limbs needs as memory.
+    static constexpr std::size_t memory_limbs(std::size_t limbs, std::size_t numerator_limbs) noexcept
+    {
+        return limbs + std::max(limbs, numerator_limbs + 1);
+    }
+
+    // `memory` stays for as long as this lives. m's top limb is not zero; with its lowest bit set this shows, and the
+    // count needs no branch.
     steady_division(limb* memory, const limb* m, std::size_t limbs) noexcept
-        : d_{memory}, x_{memory + limbs}, limbs_{limbs}
+        : negative_{memory}, numerator_{memory + limbs}, limbs_{limbs}
     {
         constants_.shift = unsigned(std::countl_zero(m[limbs - 1] | 1));
-        limb below = 0;
+        const auto shifted = [&](std::size_t i) {
+            return m[i] << constants_.shift | (i > 0 ? high_bits(m[i - 1]) : 0);
+        };
+        limb carry = 1;
         for (std::size_t i = 0; i < limbs; ++i) {
-            d_[i] = m[i] << constants_.shift | high_bits(below);
-            below = m[i];
+            negative_[i] = ~shifted(i) + carry;
+            carry = limb{negative_[i] < carry};
         }
-        constants_.top = d_[limbs - 1];
-        constants_.next = limbs > 1 ? d_[limbs - 2] : 0;
+        constants_.top = shifted(limbs - 1);
+        constants_.next = limbs > 1 ? shifted(limbs - 2) : 0;
         constants_.reciprocal = reciprocal();
     }
 
@@ -74,48 +91,40 @@ public:
     steady_division& operator=(const steady_division&) = delete;
     ~steady_division() { wipe(&constants_, sizeof constants_); }
 
-    // x = B^limbs mod d, which is the two's complement of d.
-    void start_at_power() noexcept
+    // x = B^limbs mod d, with `steps` zeros to come.
+    void start_at_power(std::size_t steps) noexcept
     {
-        std::fill_n(x_, limbs_, limb{0});
-        subtract_masked(x_, d_, ~limb{0}, limbs_);
+        std::fill_n(numerator_, steps, limb{0});
+        x_ = std::copy_n(negative_, limbs_, numerator_ + steps) - limbs_;
     }
 
-    // x = x B + low mod d.
-    void push(limb low) noexcept
+    // x = x B + the next limb mod d.
+    void step() noexcept
     {
-        const limb q = quotient(low);
-        limb above = x_[limbs_ - 1], owed = 0; // what the limbs below still have to take away
-        for (std::size_t i = 0; i < limbs_; ++i) {
-            const double_limb product = double_limb{q} * d_[i];
-            limb part = limb(product), rest = limb(product >> kLimbBits);
-            part += owed;
-            rest += limb{part < owed};
-            const limb difference = low - part;
-            rest += limb{low < part}; // fits: product + owed <= B^2 - B, and there part is 0
-            low = x_[i];
-            x_[i] = difference;
-            owed = rest;
-        }
-        above -= owed; // 0, or all ones for a quotient that was one too large
-        add_masked(x_, d_, above, limbs_);
+        --x_;
+        const limb q = quotient();
+        const limb above = x_[limbs_] + add_multiple_(x_, negative_, limbs_, q) - q;
+        subtract_masked(x_, negative_, above, limbs_); // all ones for a quotient that was one too large, else 0
     }
 
     // x, reduced modulo d only. Below B^limbs.
     const limb* value() const noexcept { return x_; }
 
-    // r = a mod m, `a` having `a_limbs` limbs. a 2^s mod m 2^s is (a mod m) 2^s.
-    void remainder(limb* r, const limb* a, std::size_t a_limbs) noexcept
+    // r = a B^zeros mod m, `a` having `a_limbs` limbs. a 2^s mod m 2^s is (a mod m) 2^s.
+    void remainder(limb* r, const limb* a, std::size_t a_limbs, std::size_t zeros = 0) noexcept
     {
-        const auto shifted = [&](std::size_t i) {
-            return (i < a_limbs ? a[i] << constants_.shift : 0) | (i > 0 ? high_bits(a[i - 1]) : 0);
-        };
-        // All but one limb of d can be filled without a division.
-        std::size_t rest = a_limbs + 1 - std::min(a_limbs + 1, limbs_ - 1);
-        for (std::size_t i = 0; i < limbs_; ++i)
-            x_[i] = rest + i <= a_limbs ? shifted(rest + i) : 0;
-        while (rest-- > 0)
-            push(shifted(rest));
+        const std::size_t used = zeros + a_limbs + 1, all = std::max(limbs_, used);
+        std::fill_n(numerator_, zeros, limb{0});
+        limb below = 0;
+        for (std::size_t i = 0; i < a_limbs; ++i) {
+            numerator_[zeros + i] = a[i] << constants_.shift | high_bits(below);
+            below = a[i];
+        }
+        numerator_[used - 1] = high_bits(below); // below 2^s, so the topmost limbs are below d
+        std::fill(numerator_ + used, numerator_ + all, limb{0});
+        x_ = numerator_ + all - limbs_;
+        while (x_ != numerator_)
+            step();
 
         for (std::size_t i = 0; i < limbs_; ++i) {
             const limb upper = i + 1 < limbs_ ? x_[i + 1] : 0;
@@ -130,14 +139,19 @@ private:
     // floor((B^3 - 1) / (top, next)) - B, from the bits of floor((B^2 - 1) / top) - B.
     limb reciprocal() const noexcept
     {
-        // (B - 1 - top, B - 1) / top by shift and subtract. The remainder stays below top.
-        limb v = 0, rest = ~constants_.top;
-        for (std::size_t i = 0; i < kLimbBits; ++i) {
-            const limb out = rest >> (kLimbBits - 1);
-            rest = rest << 1 | 1;
-            const limb fits = mask_of((out | limb{rest >= constants_.top}) != 0);
-            rest -= constants_.top & fits;
-            v = v << 1 | (fits & 1);
+        // (B - 1 - top, B - 1) / top by Newton's iteration, which comes from below: of B^2 / top, B + v lacks a
+        // quarter at first, the square of its last part after each step, and what is rounded off: in the end below 5.
+        const limb top = constants_.top;
+        limb v = 0 - top;
+        for (std::size_t bits = 2; bits < kLimbBits; bits *= 2) {
+            const limb missing = ~(top + limb(double_limb{top} * v >> kLimbBits));
+            v += missing + limb(double_limb{v} * missing >> kLimbBits);
+        }
+        double_limb rest = (double_limb{limb(~top)} << kLimbBits | limb(~limb{0})) - double_limb{v} * top;
+        for (int i = 0; i < 4; ++i) {
+            const limb fits = mask_of(rest >= top);
+            rest -= top & fits;
+            v += fits & 1;
         }
         limb p = constants_.top * v + constants_.next;
         limb over = mask_of(p < constants_.next);
@@ -154,13 +168,11 @@ private:
         return v + again;
     }
 
-    // min(B - 1, floor(top three limbs of x B + low / top two of d)).
-    limb quotient(limb low) const noexcept
+    // min(B - 1, floor(top three limbs of the old x and the limb below / top two of d)).
+    limb quotient() const noexcept
     {
         const double_limb d = double_limb{constants_.top} << kLimbBits | constants_.next;
-        const limb u2 = x_[limbs_ - 1];
-        const limb u1 = limbs_ > 1 ? x_[limbs_ - 2] : low;
-        const limb u0 = limbs_ > 2 ? x_[limbs_ - 3] : limbs_ > 1 ? low : 0;
+        const limb u2 = x_[limbs_], u1 = x_[limbs_ - 1], u0 = limbs_ > 1 ? x_[limbs_ - 2] : 0;
 
         const double_limb q = double_limb{constants_.reciprocal} * u2 + (double_limb{u2} << kLimbBits | u1);
         limb q1 = limb(q >> kLimbBits);
@@ -174,9 +186,11 @@ private:
         return q1 | mask_of((double_limb{u2} << kLimbBits | u1) >= d); // only ever equal
     }
 
-    limb* d_;
-    limb* x_;
+    limb* negative_;    // B^limbs - d
+    limb* numerator_;   // what is still to come, then x
+    limb* x_ = nullptr; // above it the limb that the last step has cleared
     std::size_t limbs_;
+    decltype(product_kernel::add_multiple) add_multiple_ = product_kernels.get()->add_multiple;
     struct {
         unsigned shift;
         limb top, next, reciprocal;

@@ -1,7 +1,9 @@
-// Secret exponentiation takes no branch and reads no address that depends on a secret. Secrets are marked undefined
-// for valgrind, whose memcheck then reports each use of one in a condition or an address; outside of valgrind the
-// tests are skipped:   valgrind <program> --gtest_filter='ConstantTime.*'
+// Secret exponentiation and arithmetic take no branch and read no address that depends on a secret. Secrets are marked
+// undefined for valgrind, whose memcheck then reports each use of one in a condition or an address; outside of
+// valgrind the tests are skipped:   valgrind <program> --gtest_filter='ConstantTime.*'
 #include "bigint/mod_exp.hpp"
+#include "bigint/product.hpp"
+#include "bigint/secret_arithmetic.hpp"
 #include "core/cpu.hpp"
 #include "kestrim/bigint_arithmetic.h"
 
@@ -113,16 +115,24 @@ TEST_F(ConstantTime, SecretKernels)
     }
 }
 
+ZRC_BIGINT bigint(std::vector<std::uint32_t>& words)
+{
+    return {words.data(), std::int32_t(words.size()), std::int32_t(words.size()), ZRC_BIGINT_STATIC};
+}
+
+std::vector<std::uint32_t> random_words(std::mt19937_64& random, std::size_t count)
+{
+    std::vector<std::uint32_t> words(count);
+    std::generate(words.begin(), words.end(), [&] { return std::uint32_t(random()) | 1; });
+    return words;
+}
+
 // Lengths, the lowest word of the modulus (it is odd) and its top word (it is not zero) are public.
 TEST_F(ConstantTime, SecretBigints)
 {
     std::mt19937_64 random{2};
-    std::vector<std::uint32_t> a(33), e(9), m(17), r(17);
-    for (auto* number : {&a, &e, &m})
-        std::generate(number->begin(), number->end(), [&] { return std::uint32_t(random()) | 1; });
-    const auto bigint = [](std::vector<std::uint32_t>& words) {
-        return ZRC_BIGINT{words.data(), std::int32_t(words.size()), std::int32_t(words.size()), ZRC_BIGINT_STATIC};
-    };
+    std::vector<std::uint32_t> a = random_words(random, 33), e = random_words(random, 9), m = random_words(random, 17);
+    std::vector<std::uint32_t> r(17);
     ZRC_BIGINT base = bigint(a), exponent = bigint(e), modulus = bigint(m), result = bigint(r);
 
     errors();
@@ -139,6 +149,38 @@ TEST_F(ConstantTime, SecretBigints)
     ZRC_BIGINT power = bigint(expected);
     ASSERT_EQ(ZRC_Mod_Exp_Mont_BIGINT(&power, &base, &exponent, &modulus, nullptr), 0U);
     EXPECT_EQ(ZRC_Cmp_BIGINT(&result, &power), 0);
+}
+
+TEST_F(ConstantTime, SecretArithmetic)
+{
+    std::mt19937_64 random{4};
+    for (const auto& entry : zrc::product_kernels.list()) {
+        if (!zrc::cpu_has(entry.needs) && entry.needs != zrc::cpu_feature::adx) continue;
+        SCOPED_TRACE(entry.name);
+        zrc::product_kernels.force(entry.run);
+        for (const std::size_t words : {1U, 2U, 5U, 16U, 37U}) {
+            std::vector<std::uint32_t> a = random_words(random, 2 * words + 1), b = random_words(random, words),
+                                       m = random_words(random, words), r(3 * words + 2);
+            const ZRC_BIGINT x = bigint(a), y = bigint(b), modulus = bigint(m);
+            ZRC_BIGINT result = bigint(r);
+            bool answers[3];
+            errors();
+            hide(a);
+            hide(b);
+            VALGRIND_MAKE_MEM_UNDEFINED(m.data(), (words - 1) * sizeof m[0]);
+            EXPECT_TRUE(zrc::secret_mod(&result, &x, &modulus) && zrc::secret_mod_mul(&result, &x, &y, &modulus) &&
+                        zrc::secret_mod_sub(&result, &x, &y, &modulus) && zrc::secret_mul_add(&result, &x, &y, &x));
+            answers[0] = zrc::secret_is_one(&x);
+            answers[1] = zrc::secret_equal(&x, &y);
+            answers[2] = zrc::secret_less(&x, &y);
+            EXPECT_EQ(errors(), 0U);
+            VALGRIND_MAKE_MEM_DEFINED(answers, sizeof answers);
+            EXPECT_FALSE(answers[0] || answers[1] || answers[2]);
+            EXPECT_TRUE(zrc::secret_sub_word(&result, &x, 1));
+            EXPECT_LE(errors(), 1U) << "nothing but whether there was enough to subtract from";
+        }
+    }
+    zrc::product_kernels.force(nullptr);
 }
 
 // The check itself: sliding windows branch on the exponent, and that is seen.

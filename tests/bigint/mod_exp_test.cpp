@@ -7,6 +7,7 @@
 #include "tests/vector_file.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -187,6 +188,71 @@ TEST(ModExp, PairOfDifferentLengths)
             EXPECT_EQ(text(r2), text(plain_power(a, e2, m2)));
         }
     });
+}
+
+// a^e b^f mod m, into another object and over each operand, with all kernels.
+void expect_product(const std::array<const bigint*, 5>& operands)
+{
+    const auto& [a, e, b, f, m] = operands;
+    const pool scratch{ZRC_New_BIGINT_Pool()};
+    const bigint expected = small(0), first = plain_power(*a, *e, *m), second = plain_power(*b, *f, *m);
+    ASSERT_EQ(ZRC_Mod_Mtp_BIGINT(expected.get(), first.get(), second.get(), m->get(), scratch.get()), 0U);
+    each_kernel{}([&] {
+        for (std::size_t over = 0; over <= operands.size(); ++over) {
+            const ZRC_BIGINT* x[5];
+            std::transform(operands.begin(), operands.end(), x, [](const bigint* operand) { return operand->get(); });
+            const bigint r = over < 5 ? test::copy_of(*operands[over]) : small(7);
+            if (over < 5) x[over] = r.get();
+            EXPECT_EQ(zrc::open_mod_exp_product(r.get(), x[0], x[1], x[2], x[3], x[4]), zrc::mod_exp_outcome::done);
+            EXPECT_EQ(text(r), text(expected)) << over;
+        }
+    });
+}
+
+TEST(ModExp, ProductOfTwoPowers)
+{
+    constexpr struct {
+        std::size_t m, a, e, b, f;
+    } kBits[] = {{2048, 2048, 256, 2040, 256}, {64, 64, 1, 64, 1},      {33, 500, 2, 33, 90},  {384, 380, 700, 385, 1},
+                 {1025, 7, 5, 2050, 300},      {127, 60, 30, 1, 30},    {512, 512, 0, 40, 33}, {512, 600, 33, 512, 0},
+                 {320, 10, 0, 20, 0},          {4160, 50, 40, 4160, 17}};
+    random_numbers random{6};
+    for (const auto& bits : kBits) {
+        SCOPED_TRACE(testing::Message() << bits.m << ", " << bits.e << ", " << bits.f);
+        const auto number = [&](std::size_t length) { return length == 0 ? small(0) : random.exactly(length); };
+        const bigint a = number(bits.a), e = number(bits.e), b = number(bits.b), f = number(bits.f);
+        const bigint m = random.odd(bits.m);
+        expect_product({&a, &e, &b, &f, &m});
+        expect_product({&a, &e, &a, &e, &m});
+    }
+}
+
+TEST(ModExp, ProductWithoutAPower)
+{
+    using zrc::mod_exp_outcome;
+    constexpr struct {
+        std::uint32_t a, e, b, f, m;
+        mod_exp_outcome outcome;
+        std::uint32_t result; // 9: as before
+    } kCases[] = {
+        {0, 3, 2, 3, 35, mod_exp_outcome::base_is_zero, 9}, {2, 3, 70, 3, 35, mod_exp_outcome::base_is_zero, 9},
+        {35, 0, 2, 3, 35, mod_exp_outcome::done, 8},        {2, 3, 0, 0, 35, mod_exp_outcome::done, 8},
+        {0, 0, 0, 0, 35, mod_exp_outcome::done, 1},         {2, 0, 2, 0, 1, mod_exp_outcome::base_is_zero, 9},
+        {2, 3, 2, 3, 1, mod_exp_outcome::base_is_zero, 9},  {2, 3, 2, 3, 34, mod_exp_outcome::bad_modulus, 9},
+        {2, 0, 2, 0, 34, mod_exp_outcome::bad_modulus, 9},  {2, 3, 2, 3, 0, mod_exp_outcome::bad_modulus, 9},
+        {15, 1, 15, 1, 225, mod_exp_outcome::done, 0},
+    };
+    for (const auto& item : kCases) {
+        const bigint r = small(9);
+        EXPECT_EQ(zrc::open_mod_exp_product(r.get(), small(item.a).get(), small(item.e).get(), small(item.b).get(),
+                                            small(item.f).get(), small(item.m).get()),
+                  item.outcome);
+        EXPECT_EQ(ZRC_Get_BIGINT_Word(r.get()), item.result) << &item - kCases;
+    }
+    ZRC_BIGINT full{nullptr, 0, 0, ZRC_BIGINT_STATIC};
+    const bigint two = small(2), m = small(35);
+    EXPECT_EQ(zrc::open_mod_exp_product(&full, two.get(), two.get(), two.get(), two.get(), m.get()),
+              mod_exp_outcome::no_room);
 }
 
 TEST(ModExp, ExponentZeroGivesOneForEveryModulus)

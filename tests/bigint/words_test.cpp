@@ -1,5 +1,6 @@
 // The word primitives and the product kernels: plain arithmetic on 32-bit words, each other, and published answers.
 #include "bigint/product.hpp"
+#include "bigint/steady_division.hpp"
 #include "kestrim/bigint_words.h"
 #include "tests/vector_file.hpp"
 
@@ -167,7 +168,7 @@ void expect_square(const words& a, const words& expected, const std::string& pla
 void with_each_kernel(auto work)
 {
     const zrc::product_kernel& portable = zrc::kPortableProduct;
-    const zrc::product_kernel eager{portable.multiply, portable.square, 1, 1};
+    const zrc::product_kernel eager{portable.multiply, portable.square, portable.add_multiple, 1, 1};
     for (const auto& kernel : zrc::product_kernels.list()) {
         if (!zrc::cpu_has(kernel.needs)) continue;
         zrc::product_kernels.force(kernel.run);
@@ -370,10 +371,21 @@ TEST(ProductKernels, RowOperationsUndoEachOther)
             const zrc::limb high = zrc::mul_1(product.data(), a.data(), n, w);
             EXPECT_EQ(zrc::limb(high + zrc::add_n(sum.data(), b.data(), product.data(), n)), above);
             EXPECT_EQ(r, sum);
+            for (const auto& kernel : zrc::product_kernels.list()) {
+                if (!zrc::cpu_has(kernel.needs)) continue;
+                limbs same = b;
+                EXPECT_EQ(kernel.run->add_multiple(same.data(), a.data(), n, w), above) << kernel.name;
+                EXPECT_EQ(same, sum) << kernel.name;
+            }
             EXPECT_EQ(zrc::submul_1(r.data(), a.data(), n, w), above);
             EXPECT_EQ(r, b);
             EXPECT_EQ(zrc::limb(high + zrc::sub_n(sum.data(), sum.data(), product.data(), n)), above);
             EXPECT_EQ(sum, b);
+            EXPECT_EQ(zrc::subtract_masked(sum.data(), a.data(), 0, n), 0U);
+            EXPECT_EQ(sum, b);
+            EXPECT_EQ(zrc::subtract_masked(sum.data(), a.data(), zrc::limb(-1), n),
+                      zrc::sub_n(r.data(), r.data(), a.data(), n));
+            EXPECT_EQ(sum, r);
         }
     }
 }
