@@ -1,7 +1,7 @@
 # Installation: the library, its headers, and the files by which CMake and pkg-config find it.
 include(CMakePackageConfigHelpers)
 
-# The library file is finished when it is linked: what is installed is that file, byte for byte, also with --strip.
+# The library file is finished when it is signed: what is installed is that file, byte for byte, also with --strip.
 set(CMAKE_STRIP "")
 set_target_properties(kestrim PROPERTIES SKIP_BUILD_RPATH ON INSTALL_RPATH "")
 
@@ -29,3 +29,10 @@ file(RELATIVE_PATH pc_to_include ${pc_dir} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 get_target_property(library_name kestrim OUTPUT_NAME)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kestrim-crypto.pc.in ${PROJECT_BINARY_DIR}/package/kestrim-crypto.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/kestrim-crypto.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# `cpack` packs what is installed. A package of the sources must not take a key along from a build folder.
+set(CPACK_PACKAGE_NAME kestrim-crypto)
+set(CPACK_STRIP_FILES OFF)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_SOURCE_IGNORE_FILES "/\\.git/" "/build[^/]*/" "/out/" "\\.pem$")
+include(CPack)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the library and the tool into build/ and shows the tool on real files, comparing its answers with those of other
-# programs. Ends with an error when one of them is wrong.
+# programs; at the end the power-up in proven mode and a file that is encrypted, authenticated and signed in it. Ends with
+# an error when one of them is wrong.
 # shellcheck disable=SC2001
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -53,11 +54,24 @@ hmac_by_hand() # KEY-HEX BLOCK-BYTES FILE COMMAND...
     printf '%b' "$(pad "$key" "$block" 0x5c)$(sed 's/../\\x&/g' <<<"$inner")" | "$@" | cut -d' ' -f1
 }
 
+# RSASSA-PSS as openssl names it, with the salt of the library's own signature and with that of the tool.
+readonly pss=(-sha256 -sigopt rsa_padding_mode:pss)
+readonly pss20=("${pss[@]}" -sigopt rsa_pss_saltlen:20) pss32=("${pss[@]}" -sigopt rsa_pss_saltlen:32)
+
+# Changes one bit of a file.
+flip() # FILE OFFSET
+{
+    local byte
+    byte=$(od -An -v -tu1 -j "$2" -N 1 "$1")
+    printf '%b' "\\x$(printf %02x $((byte ^ 1)))" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
+}
+
 title "Build"
 kestrim_need g++ cmake ninja-build libcli11-dev
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build
 
+build=$PWD/build
 export PATH=$PWD/build/bin:$PATH
 export LD_LIBRARY_PATH=$PWD/build/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 work=$(mktemp -d)
@@ -161,6 +175,60 @@ show_status 3 kestrim --proven enc -a aes-256-cbc --key-file key32 --iv-file iv 
 title "Error codes"
 show kestrim error 0x0501002B 0x0A0400F0
 show_status 1 kestrim error 0x7F010001
+
+title "Power-up in proven mode: every check with its time"
+show kestrim selftest
+
+title "The library answers for its own file: LD_LIBRARY_PATH leads to it, and its last bytes are a signature"
+# LD_PRELOAD gives the file to the loader, so that the variable says nothing but where the library looks.
+refused() # CODE ENV-ARGUMENT...
+{
+    local said command=(env "${@:2}" LD_PRELOAD="$library" kestrim --proven dgst text)
+    said=$("${command[@]}" 2>&1) || true
+    printf '$ %s\n%s\n' "${command[*]}" "$said"
+    agree "code $1, with its text" "$1 ZRC_L_SELF_TEST" "$(grep -oE '0x1A[0-9A-F]+ ZRC_L_SELF_TEST' <<<"$said")"
+}
+refused 0x1A010050 -u LD_LIBRARY_PATH
+mkdir changed
+cp "$library" changed
+flip changed/"$(basename "$library")" 500000
+refused 0x1A010019 LD_LIBRARY_PATH=changed
+agree "kestrim_sign verify" 0 "$(show kestrim_sign verify "$build"/signing_key.pem "$library" >&2 && echo 0)"
+if command -v openssl >/dev/null; then
+    kestrim_sign export "$build"/signing_key.pem library.pub
+    head -c -256 "$library" >library.content
+    tail -c 256 "$library" >library.signature
+    agree "openssl dgst -verify" "Verified OK" "$(openssl dgst "${pss20[@]}" -verify library.pub -signature library.signature library.content)"
+fi
+
+title "A file is encrypted, authenticated and signed in proven mode"
+show kestrim --proven enc -a aria-256-cbc --key-file key32 --iv-file iv -i text -o text.enc
+show kestrim --proven enc -d -a aria-256-cbc --key-file key32 --iv-file iv -i text.enc -o text.back
+agree "cmp text text.back" 0 "$(cmp text text.back >&2 && echo 0)"
+show kestrim --proven rand 64 -o mac-key
+show kestrim --proven mac -a sha256 --key-file mac-key text.enc
+agree "hmac by hand" "$(hmac_by_hand "$(hex mac-key)" 64 text.enc sha256sum)  text.enc" \
+    "$(kestrim --proven mac -a sha256 --key-file mac-key text.enc)"
+show kestrim --proven genrsa -b 2048 -o rsa.pem --public rsa.pub
+show kestrim --proven genkcdsa -o kcdsa.pem --public kcdsa.pub
+cp text.enc changed.enc
+flip changed.enc 1000
+for kind in rsa kcdsa; do
+    show kestrim --proven sign -k $kind.pem -o text.$kind text.enc
+    show_status 0 kestrim --proven verify -k $kind.pub -s text.$kind text.enc
+    show_status 1 kestrim --proven verify -k $kind.pub -s text.$kind changed.enc
+done
+if command -v openssl >/dev/null; then
+    agree "openssl verifies the RSA signature" "Verified OK" \
+        "$(openssl dgst "${pss32[@]}" -verify rsa.pub -signature text.rsa text.enc)"
+    openssl genrsa -out other.pem 2048 2>/dev/null
+    openssl rsa -in other.pem -pubout -out other.pub 2>/dev/null
+    openssl dgst "${pss32[@]}" -sign other.pem -out text.other text.enc
+    show_status 0 kestrim --proven verify -k other.pub -s text.other text.enc
+    show kestrim --proven sign -k other.pem -o text.ours text.enc
+    agree "openssl verifies a signature with its own key" "Verified OK" \
+        "$(openssl dgst "${pss32[@]}" -verify other.pub -signature text.ours text.enc)"
+fi
 
 title "Result"
 [[ $failures == 0 ]] || { printf '%s comparisons failed\n' "$failures"; exit 1; }

@@ -61,12 +61,21 @@ void start_library(const std::string& name, bool approved, const session& sessio
     require(ZRC_Crypto_Initialize(), "self-test");
 }
 
+bool is_approved_digest(const std::string& given)
+{
+    const auto known = std::ranges::find(kDigests, normalised(given), &known_digest::name);
+    return known == std::end(kDigests) || known->approved;
+}
+
 algorithm choose_algorithm(const std::string& given, const session& session)
 {
-    const std::string name = normalised(given);
-    const auto known = std::ranges::find(kDigests, name, &known_digest::name);
-    start_library(given, known == std::end(kDigests) || known->approved, session);
-    const std::int32_t id = ZRC_Get_DIGEST_Alg_ID_By_Name(name.c_str());
+    return choose_algorithm(given, given, is_approved_digest(given), session);
+}
+
+algorithm choose_algorithm(const std::string& given, const std::string& whole, bool approved, const session& session)
+{
+    start_library(whole, approved, session);
+    const std::int32_t id = ZRC_Get_DIGEST_Alg_ID_By_Name(normalised(given).c_str());
     if (id == 0) throw failure{kUsage, "unknown algorithm " + given + "; known are " + names()};
     return {id, std::size_t(ZRC_Get_DIGEST_Length(id))};
 }

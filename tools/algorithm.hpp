@@ -30,6 +30,13 @@ std::vector<std::string> digest_names();
 // fails. Makes the process's first gated call, so nothing else may use the library before.
 algorithm choose_algorithm(const std::string& given, const session& session);
 
+// Whether proven mode has a digest by itself.
+bool is_approved_digest(const std::string& given);
+
+// The same for a digest that is used in something: `whole` names all of it, and `approved` says whether proven mode has
+// that.
+algorithm choose_algorithm(const std::string& given, const std::string& whole, bool approved, const session& session);
+
 // Brings the library up in the mode that an algorithm needs: throws kRefused when it is not approved and --proven was
 // given, kFailed when the self-test fails. The process's first gated call as well.
 void start_library(const std::string& name, bool approved, const session& session);

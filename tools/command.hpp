@@ -42,10 +42,17 @@ void add_calc(CLI::App& app, session& session);
 void add_dgst(CLI::App& app, session& session);
 void add_enc(CLI::App& app, session& session);
 void add_error(CLI::App& app, session& session);
+void add_genkcdsa(CLI::App& app, session& session);
+void add_genrsa(CLI::App& app, session& session);
 void add_mac(CLI::App& app, session& session);
 void add_prime(CLI::App& app, session& session);
 void add_rand(CLI::App& app, session& session);
+void add_rsadec(CLI::App& app, session& session);
+void add_rsaenc(CLI::App& app, session& session);
+void add_selftest(CLI::App& app, session& session);
+void add_sign(CLI::App& app, session& session);
 void add_speed(CLI::App& app, session& session);
+void add_verify(CLI::App& app, session& session);
 void add_version(CLI::App& app, session& session);
 
 } // namespace tool

@@ -21,7 +21,9 @@ std::vector<std::uint8_t> from_text(const std::string& text, const char* option)
     return std::move(*value);
 }
 
-std::vector<std::uint8_t> from_file(const std::string& name, const char* what, const session& session)
+} // namespace
+
+std::vector<std::uint8_t> read_small_file(const std::string& name, const char* what, const session& session)
 {
     std::vector<std::uint8_t> value;
     try {
@@ -34,8 +36,6 @@ std::vector<std::uint8_t> from_file(const std::string& name, const char* what, c
     }
     return value;
 }
-
-} // namespace
 
 void add_key_options(CLI::App& command, value_options& options)
 {
@@ -53,7 +53,7 @@ std::vector<std::uint8_t> read_key(const value_options& options, const session& 
     if (options.hex.empty() == file.empty()) {
         throw failure{kUsage, "give the key with either --key-file FILE or -K HEX"};
     }
-    auto key = file.empty() ? from_text(options.hex, "-K") : from_file(file, "a key", session);
+    auto key = file.empty() ? from_text(options.hex, "-K") : read_small_file(file, "a key", session);
     if (key.empty()) throw failure{kUsage, "the key is empty"};
     return key;
 }
@@ -62,7 +62,7 @@ std::vector<std::uint8_t> read_iv(const value_options& options, const session& s
 {
     const std::string file = plain(options.file);
     if (!options.hex.empty() && !file.empty()) throw failure{kUsage, "give the IV with either --iv or --iv-file"};
-    return file.empty() ? from_text(options.hex, "--iv") : from_file(file, "an IV", session);
+    return file.empty() ? from_text(options.hex, "--iv") : read_small_file(file, "an IV", session);
 }
 
 void require_length(std::span<const std::uint8_t> value, std::size_t bytes, const char* what, const std::string& owner)

@@ -23,6 +23,10 @@ struct value_options {
 
 void add_key_options(CLI::App& command, value_options& options);
 
+// All bytes of a file, or of standard input for "-": at most 1 MiB. Throws failure: kFailed when it cannot be read, kUsage
+// when it is longer than `what` ("a key") can be.
+std::vector<std::uint8_t> read_small_file(const std::string& name, const char* what, const session& session);
+
 // The key. The digits of -K are hidden from the list of processes, and messages do not show them. Throws failure: kUsage
 // when not exactly one source is given, when it is empty or not hexadecimal, kFailed when the file cannot be read.
 std::vector<std::uint8_t> read_key(const value_options& options, const session& session);

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kLongestDigest = 64;
 constexpr std::size_t kDesMacBytes = 8;
+constexpr std::uint32_t kFileNotFound = 0x1A010050, kWrongSignature = 0x1A010019;
 constexpr std::size_t kErrorText = 256; // what the library asks for
 
 // What GetErrorCode prints, as a string. It is the only function that knows which module a function number belongs
@@ -82,12 +83,23 @@ std::string code_text(std::uint32_t code)
     return text;
 }
 
+std::string advice(std::uint32_t code)
+{
+    if (code == kFileNotFound) {
+        return "the library checks its own file, and finds it through the environment variable LD_LIBRARY_PATH alone: "
+               "set it to the folder of the library";
+    }
+    if (code == kWrongSignature) return "the library's file is not signed, or it was changed afterwards";
+    return "";
+}
+
 void require(std::uint32_t code, const char* call)
 {
     if (code == 0) return;
     const decoded_error names = decode(code);
+    const std::string hint = advice(code);
     throw failure{kFailed, std::string{call} + " failed: " + code_text(code) + " " + names.library + " " +
-                               names.function + " " + names.reason};
+                               names.function + " " + names.reason + (hint.empty() ? "" : " (" + hint + ")")};
 }
 
 digest::digest(std::int32_t algorithm_id) : unit_{ZRC_New_DIGEST_Unit()}

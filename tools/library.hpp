@@ -26,6 +26,9 @@ decoded_error decode(std::uint32_t code);
 // "0x0A010049", the form in which codes are documented.
 std::string code_text(std::uint32_t code);
 
+// What can be done about a failed self-test; empty where there is nothing to say.
+std::string advice(std::uint32_t code);
+
 // Throws failure with the decoded code unless it is 0. `call` names the function that returned it.
 void require(std::uint32_t code, const char* call);
 

@@ -10,15 +10,15 @@
 namespace {
 
 constexpr void (*kCommands[])(CLI::App&, tool::session&) = {
-    tool::add_dgst, tool::add_mac,   tool::add_enc,   tool::add_rand,    tool::add_prime,
-    tool::add_calc, tool::add_error, tool::add_speed, tool::add_version,
+    tool::add_dgst,     tool::add_mac,      tool::add_enc,   tool::add_rand,    tool::add_prime,  tool::add_calc,
+    tool::add_genrsa,   tool::add_genkcdsa, tool::add_sign,  tool::add_verify,  tool::add_rsaenc, tool::add_rsadec,
+    tool::add_selftest, tool::add_error,    tool::add_speed, tool::add_version,
 };
 
 constexpr const char* kNotes =
-    "The library starts in proven mode, in which only SHA-224, SHA-256, SHA-384 and SHA-512, their HMACs, and ARIA "
-    "and\n"
-    "SEED in ECB, CBC, CFB and OFB can be used. The tool leaves that mode when another algorithm is chosen, unless\n"
-    "--proven forbids it.\n"
+    "The library starts in proven mode, in which only SHA-224, SHA-256, SHA-384 and SHA-512, their HMACs, ARIA and\n"
+    "SEED in ECB, CBC, CFB and OFB, and RSA (PSS, OAEP) and KCDSA with keys of 2048 bits or more can be used. The\n"
+    "tool leaves that mode when another algorithm is chosen, unless --proven forbids it.\n"
     "\n"
     "Status: 0 success; 1 an input, a check or the output failed; 2 the command line makes no sense; 3 refused\n"
     "because of --proven.";
@@ -41,7 +41,7 @@ tool::exit_status run(std::span<char*> arguments)
     tool::session session;
     session.arguments = arguments;
 
-    CLI::App app{"Digests, MACs, ciphers, random and big numbers with Kestrim Crypto for C", "kestrim"};
+    CLI::App app{"Digests, MACs, ciphers, signatures, random and big numbers with Kestrim Crypto for C", "kestrim"};
     app.set_version_flag("--version", "kestrim " KESTRIM_TOOL_VERSION);
     app.footer(kNotes);
     app.require_subcommand(1);

@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <fcntl.h>
 #include <new>
-#include <unistd.h>
 
 namespace tool {
 namespace {
@@ -50,6 +48,19 @@ number parse_number(std::string_view word)
     return number{required(ZRC_HEX_To_BIGINT(digits.c_str()))};
 }
 
+number to_number(std::span<const std::uint8_t> big_endian)
+{
+    if (big_endian.empty()) return new_number();
+    return number{required(ZRC_Binary_To_BIGINT(big_endian.data(), std::int32_t(big_endian.size()), nullptr))};
+}
+
+std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value)
+{
+    std::vector<std::uint8_t> bytes((ZRC_Get_BIGINT_Bits_Length(&value) + 7) / 8);
+    bytes.resize(std::size_t(ZRC_BIGINT_To_Binary_Unsigned(&value, bytes.data())));
+    return bytes;
+}
+
 std::string to_text(const ZRC_BIGINT& value, bool decimal)
 {
     const std::unique_ptr<char, release_text> text{
@@ -58,16 +69,6 @@ std::string to_text(const ZRC_BIGINT& value, bool decimal)
     digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
     std::ranges::transform(digits, digits.begin(), [](unsigned char c) { return char(std::tolower(c)); });
     return digits;
-}
-
-void occupy_standard_streams()
-{
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) >= 0) continue;
-        // The wrong way round, so that reading or writing fails as on a closed one.
-        const int opened = ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-        if (opened != stream) throw failure{kFailed, "a standard stream is closed, and there is no /dev/null for it"};
-    }
 }
 
 void random_bytes(std::span<std::uint8_t> bytes)

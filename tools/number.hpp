@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tool {
 
@@ -27,12 +28,12 @@ number_pool new_number_pool();
 // From a word of the command line: hexadecimal digits, with or without 0x. Throws failure, kUsage, for any other.
 number parse_number(std::string_view word);
 
+// From and to big-endian bytes, as few as needed, so none for 0.
+number to_number(std::span<const std::uint8_t> big_endian);
+std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value);
+
 // Lower-case hexadecimal without leading zeros, or decimal digits.
 std::string to_text(const ZRC_BIGINT& value, bool decimal);
-
-// Opens /dev/null in the place of standard streams that are closed: the library does not read the random device
-// through one of their descriptors. To be called before anything random is asked for.
-void occupy_standard_streams();
 
 // Fills `bytes` from the library's random generator, in requests that it takes: one with bad arguments would lock it
 // for good. After a failure, which throws, it must not be asked again.

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace tool {
 namespace {
@@ -14,10 +16,21 @@ namespace {
     throw failure{kFailed, std::string{"write error: "} + std::strerror(errno)};
 }
 
+void occupy_standard_streams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0) continue;
+        // The wrong way round, so that reading or writing fails as on a closed one.
+        const int opened = ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        if (opened != stream) throw failure{kFailed, "a standard stream is closed, and there is no /dev/null for it"};
+    }
+}
+
 } // namespace
 
 void open_output()
 {
+    occupy_standard_streams();
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }
 

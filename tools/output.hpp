@@ -5,7 +5,8 @@
 
 namespace tool {
 
-// Whole lines leave the program as soon as they are known. Call before the first output.
+// Whole lines leave the program as soon as they are known. Opens /dev/null in the place of standard streams that are
+// closed: the library does not read the random device through one of their descriptors. Call before anything else.
 void open_output();
 
 // Writes text to standard output; throws failure when that does not work.

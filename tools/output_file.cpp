@@ -85,7 +85,7 @@ mode_t usual_permissions()
 
 } // namespace
 
-output_file::output_file(const std::string& name) : name_{name}
+output_file::output_file(const std::string& name, readers readers) : name_{name}, readers_{readers}
 {
     struct stat info {};
     if (name == "-") {
@@ -149,7 +149,8 @@ void output_file::write(std::span<const std::uint8_t> bytes)
 void output_file::commit()
 {
     if (descriptor_ == STDOUT_FILENO && target_.empty()) return; // closed with the program's other output
-    if (!target_.empty() && ::fchmod(descriptor_, usual_permissions()) != 0) fail(errno);
+    const bool shared = !target_.empty() && readers_ == readers::usual;
+    if (shared && ::fchmod(descriptor_, usual_permissions()) != 0) fail(errno);
     const int closed = ::close(descriptor_); // can be the first to hear of a full disk
     descriptor_ = -1;
     if (closed != 0) fail(errno);

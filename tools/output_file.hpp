@@ -8,14 +8,19 @@
 
 namespace tool {
 
+enum class readers {
+    usual, // as the umask says
+    owner, // mode 0600, for keys
+};
+
 // Bytes for a file, or for standard output when the name is "-". A file is written under a temporary name in its folder,
-// readable by its owner only, and takes its name and its usual permissions in commit(); a file that has the name already
+// readable by its owner only, and takes its name and its permissions in commit(); a file that has the name already
 // stays as it is until then. Without commit() the temporary file is removed, also when a signal ends the program.
 // Standard output, and names of what is no regular file, such as /dev/null, are written directly. One at a time.
 // Everything throws failure.
 class output_file {
 public:
-    explicit output_file(const std::string& name);
+    explicit output_file(const std::string& name, readers readers = readers::usual);
     output_file(const output_file&) = delete;
     output_file& operator=(const output_file&) = delete;
     ~output_file();
@@ -28,7 +33,8 @@ private:
     void open_directly();
     void open_temporary();
 
-    std::string name_;   // for messages
+    std::string name_; // for messages
+    readers readers_;
     std::string target_; // the name with symbolic links followed; empty: written directly
     int descriptor_ = -1;
 };

@@ -1,4 +1,5 @@
 // kestrim prime: random primes, and the test of a number.
+#include "tools/algorithm.hpp"
 #include "tools/command.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
@@ -65,13 +66,12 @@ void add_prime(CLI::App& app, session& session)
     test->excludes(bits);
     command->add_flag("--dec", options->decimal, "Decimal output")->needs(bits);
     command->callback([options, test, &session] {
-        occupy_standard_streams();
+        if (test->count() == 0 && options->bits == 0) throw failure{kUsage, "prime needs --bits or --test"};
+        start_library("prime", true, session);
         if (test->count() != 0) {
             session.status = check(*options);
-        } else if (options->bits != 0) {
-            generate(*options);
         } else {
-            throw failure{kUsage, "prime needs --bits or --test"};
+            generate(*options);
         }
     });
 }

@@ -1,5 +1,7 @@
 // kestrim rand: bytes of the random generator.
+#include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/base64.hpp"
 #include "tools/command.hpp"
 #include "tools/hex.hpp"
 #include "tools/number.hpp"
@@ -43,30 +45,16 @@ std::uint64_t parse_size(const std::string& text)
     return number << shift;
 }
 
-std::string to_base64(std::span<const std::uint8_t> bytes)
-{
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        const auto byte = [&](std::size_t i) { return at + i < bytes.size() ? std::uint32_t{bytes[at + i]} : 0; };
-        const std::uint32_t group = byte(0) << 16 | byte(1) << 8 | byte(2);
-        const std::size_t digits = std::min<std::size_t>(bytes.size() - at, 3) + 1;
-        for (std::size_t i = 0; i < 4; ++i)
-            text += i < digits ? kDigits[group >> (18 - 6 * i) & 63] : '=';
-    }
-    return text;
-}
-
 // A line of text for so many bytes.
 constexpr std::size_t kHexLine = 32, kBase64Line = 48;
 
-void run(const rand_options& options)
+void run(const rand_options& options, const session& session)
 {
     if (options.hex && options.base64) throw failure{kUsage, "choose one of --hex and --base64"};
     const std::uint64_t bytes = parse_size(plain(options.size));
     const std::size_t line = options.hex ? kHexLine : options.base64 ? kBase64Line : 0;
 
-    occupy_standard_streams();
+    start_library("rand", true, session);
     output_file output{plain(options.output)};
     std::vector<std::uint8_t> buffer(line != 0 ? line * 1024 : 1 << 18);
     for (std::uint64_t left = bytes; left != 0;) {
@@ -88,7 +76,7 @@ void run(const rand_options& options)
 
 } // namespace
 
-void add_rand(CLI::App& app, session&)
+void add_rand(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<rand_options>();
     CLI::App* command = app.add_subcommand("rand", "Random bytes: Hash_DRBG with SHA-256");
@@ -99,7 +87,7 @@ void add_rand(CLI::App& app, session&)
     command->add_flag("--base64", options->base64, "As lines of base64");
     command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
     command->footer("The output gets the usual permissions: umask 077 keeps a key from other users.");
-    command->callback([options] { run(*options); });
+    command->callback([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

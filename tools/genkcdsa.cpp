@@ -1,0 +1,116 @@
+// kestrim genkcdsa: KCDSA domain parameters and keys.
+#include "tools/algorithm.hpp"
+#include "tools/arguments.hpp"
+#include "tools/kcdsa_key.hpp"
+#include "tools/key_file.hpp"
+#include "tools/library.hpp"
+#include "tools/output_file.hpp"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace tool {
+namespace {
+
+constexpr const char* kNotes =
+    "The files are PEM, in a form of the tool's own: a SEQUENCE of the INTEGERs 0 (version), p, q and g in KCDSA\n"
+    "PARAMETERS; behind them y in KCDSA PUBLIC KEY; behind them y and x in KCDSA PRIVATE KEY.\n"
+    "\n"
+    "Proven mode has the sizes 2048 and 224, 2048 and 256, 3072 and 256, with sha224 and sha256. Other sizes are 512\n"
+    "to 4096 bits for p and 160 to 256 for q, multiples of 8.";
+
+struct genkcdsa_options {
+    int p_bits = 2048;
+    int q_bits = 256;
+    std::string digest = kDefaultAlgorithm;
+    bool parameters_only = false;
+    std::string parameters; // a file to take p, q and g from
+    std::string output;
+    std::string public_output;
+};
+
+bool is_approved(std::size_t p_bits, std::size_t q_bits, const std::string& digest)
+{
+    const std::string name = normalised(digest);
+    const bool size = (p_bits == 2048 && (q_bits == 224 || q_bits == 256)) || (p_bits == 3072 && q_bits == 256);
+    return size && (name == "sha224" || name == "sha256");
+}
+
+void save(const kcdsa_key& key, const std::string& name, readers readers)
+{
+    const std::string text = write_kcdsa_pem(key);
+    output_file output{name, readers};
+    output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    output.commit();
+}
+
+algorithm choose(std::size_t p_bits, std::size_t q_bits, const genkcdsa_options& options, const session& session)
+{
+    const std::string name = "kcdsa-" + std::to_string(p_bits) + "-" + std::to_string(q_bits) + " " + options.digest;
+    return choose_algorithm(options.digest, name, is_approved(p_bits, q_bits, options.digest), session);
+}
+
+struct domain {
+    kcdsa_unit unit;
+    algorithm digest;
+};
+
+domain generated_domain(const genkcdsa_options& options, const session& session)
+{
+    const algorithm digest = choose(std::size_t(options.p_bits), std::size_t(options.q_bits), options, session);
+    kcdsa_unit unit = new_kcdsa_unit();
+    require(ZRC_Generate_KCDSA_Params_Ex(unit.get(), options.p_bits, options.q_bits, digest.id),
+            "ZRC_Generate_KCDSA_Params_Ex");
+    return {std::move(unit), digest};
+}
+
+domain given_domain(const genkcdsa_options& options, const session& session)
+{
+    kcdsa_key parameters = key_file{plain(options.parameters), session}.kcdsa_parameters();
+    parameters.x.clear();
+    parameters.y.clear();
+    const algorithm digest = choose(bits(parameters.p), bits(parameters.q), options, session);
+    return {load(parameters), digest};
+}
+
+void run(const genkcdsa_options& options, const session& session)
+{
+    if (options.parameters_only && !options.public_output.empty()) {
+        throw failure{kUsage, "--params-only makes no key for --public"};
+    }
+    const domain domain =
+        options.parameters.empty() ? generated_domain(options, session) : given_domain(options, session);
+    if (options.parameters_only) return save(stored_key(*domain.unit), plain(options.output), readers::usual);
+
+    require(ZRC_Generate_KCDSA_Key_Pair_Ex(domain.unit.get(), nullptr, 0, domain.digest.id),
+            "ZRC_Generate_KCDSA_Key_Pair_Ex");
+    kcdsa_key key = stored_key(*domain.unit);
+    save(key, plain(options.output), readers::owner);
+    if (options.public_output.empty()) return;
+    key.x.clear();
+    save(key, plain(options.public_output), readers::usual);
+}
+
+} // namespace
+
+void add_genkcdsa(CLI::App& app, session& session)
+{
+    const auto options = std::make_shared<genkcdsa_options>();
+    CLI::App* command = app.add_subcommand("genkcdsa", "Generate KCDSA domain parameters and a key");
+    auto* p = command->add_option("-p,--p-bits", options->p_bits, "Length of p")->capture_default_str();
+    auto* q = command->add_option("-q,--q-bits", options->q_bits, "Length of q")->capture_default_str();
+    command->add_option("-a,--algorithm", options->digest, "Of the generation. " + algorithm_help())
+        ->capture_default_str();
+    auto* only = command->add_flag("--params-only", options->parameters_only, "Domain parameters, and no key");
+    command->add_option("--params", options->parameters, "Take the domain parameters from this file")
+        ->excludes(only)
+        ->excludes(p)
+        ->excludes(q);
+    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
+        ->required();
+    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    command->footer(kNotes);
+    command->callback([options, &session] { run(*options, session); });
+}
+
+} // namespace tool

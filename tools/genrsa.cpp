@@ -1,0 +1,93 @@
+// kestrim genrsa: RSA keys.
+#include "tools/algorithm.hpp"
+#include "tools/arguments.hpp"
+#include "tools/library.hpp"
+#include "tools/number.hpp"
+#include "tools/output_file.hpp"
+#include "tools/rsa_key.hpp"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <memory>
+
+namespace tool {
+namespace {
+
+constexpr int kLeastBits = 545; // what the library's own test of a new key, OAEP with SHA-256, needs
+constexpr int kMostBits = 16384;
+constexpr int kApprovedBits = 2048;
+
+constexpr const char* kNotes =
+    "Version 1: d is the inverse of e modulo (p - 1)(q - 1). Version 2: modulo the least common multiple of the two,\n"
+    "as RFC 8017 and FIPS 186 have it. Keys of both are used alike.\n"
+    "\n"
+    "Proven mode has keys of 2048 bits or more.";
+
+struct genrsa_options {
+    int bits = 2048;
+    std::string exponent = "65537";
+    int version = 2;
+    bool pkcs1 = false;
+    std::string output;
+    std::string public_output;
+};
+
+// Decimal digits, or hexadecimal ones behind 0x.
+number parse_exponent(const std::string& text)
+{
+    if (text.starts_with("0x") || text.starts_with("0X")) return parse_number(text);
+    std::uint32_t value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || rest != end) {
+        throw failure{kUsage, "not an exponent of at most 32 bits, or a hexadecimal number with 0x: " + text};
+    }
+    number exponent = new_number();
+    require(ZRC_Set_BIGINT_Word(exponent.get(), value), "ZRC_Set_BIGINT_Word");
+    return exponent;
+}
+
+void save(const std::string& text, const std::string& name, readers readers)
+{
+    output_file output{name, readers};
+    output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    output.commit();
+}
+
+void run(const genrsa_options& options, const session& session)
+{
+    const number exponent = parse_exponent(plain(options.exponent));
+    start_library("rsa-" + std::to_string(options.bits), options.bits >= kApprovedBits, session);
+    const rsa_unit unit = new_rsa_unit();
+    require(ZRC_Generate_RSA_Params_Ex(unit.get(), exponent.get(), options.bits, options.version),
+            "ZRC_Generate_RSA_Params_Ex");
+
+    const rsa_private_key key = generated_key(*unit);
+    const rsa_key_form form = options.pkcs1 ? rsa_key_form::pkcs1 : rsa_key_form::general;
+    save(write_rsa_private_key_pem(key, form), plain(options.output), readers::owner);
+    if (options.public_output.empty()) return;
+    save(write_rsa_public_key_pem({key.n, key.e}, form), plain(options.public_output), readers::usual);
+}
+
+} // namespace
+
+void add_genrsa(CLI::App& app, session& session)
+{
+    const auto options = std::make_shared<genrsa_options>();
+    CLI::App* command = app.add_subcommand("genrsa", "Generate an RSA key");
+    command->add_option("-b,--bits", options->bits, "Length of the modulus")
+        ->check(CLI::Range(kLeastBits, kMostBits))
+        ->capture_default_str();
+    command->add_option("-e,--exponent", options->exponent, "The public exponent, a prime")->capture_default_str();
+    command->add_option("--version", options->version, "How d is made: see below")
+        ->check(CLI::Range(1, 2))
+        ->capture_default_str();
+    command->add_flag("--pkcs1", options->pkcs1, "Write PKCS #1, not PKCS #8 and SubjectPublicKeyInfo");
+    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
+        ->required();
+    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    command->footer(kNotes);
+    command->callback([options, &session] { run(*options, session); });
+}
+
+} // namespace tool

@@ -1,0 +1,108 @@
+// kestrim sign and kestrim verify: signatures of files with RSA and KCDSA keys.
+#include "tools/algorithm.hpp"
+#include "tools/arguments.hpp"
+#include "tools/input.hpp"
+#include "tools/key.hpp"
+#include "tools/output.hpp"
+#include "tools/output_file.hpp"
+#include "tools/signature.hpp"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace tool {
+namespace {
+
+constexpr const char* kNotes =
+    "KEY is a PEM file without passphrase: PKCS #8, PKCS #1 or SubjectPublicKeyInfo for RSA, the form of kestrim\n"
+    "genkcdsa for KCDSA. A private key also verifies.\n"
+    "\n"
+    "An RSA signature is as long as the modulus. With PSS, MGF1 uses the digest of the message. With --pkcs1, SHA-1,\n"
+    "SHA-256 and MD5 have the identifiers of RFC 8017; SHA-384 and SHA-512 have that of SHA-256, which other programs\n"
+    "refuse, and other digests have none and are refused here. A KCDSA signature is R, as long as the digest, and S\n"
+    "behind it, as long as q.\n"
+    "\n"
+    "Proven mode has PSS and KCDSA with sha224 and sha256, and keys of 2048 bits or more.";
+
+struct sign_options {
+    std::string key;
+    signature_options scheme{.digest = kDefaultAlgorithm};
+    bool pss = false; // without it as well
+    std::string signature = "-";
+    std::string file = "-";
+};
+
+void require_one_use_of_standard_input(const sign_options& options, bool reads_signature)
+{
+    const int uses = (options.key == "-" ? 1 : 0) + (options.file == "-" ? 1 : 0) +
+                     (reads_signature && options.signature == "-" ? 1 : 0);
+    if (uses > 1) throw failure{kUsage, "only one of key, signature and message can be standard input"};
+}
+
+void feed(signature_scheme& scheme, const std::string& file, const session& session)
+{
+    try {
+        read_pieces(file, session, [&](auto piece) { scheme.update(piece); });
+    } catch (const input_error& error) {
+        throw failure{kFailed, error.what()};
+    }
+}
+
+void sign(const sign_options& options, const session& session)
+{
+    require_one_use_of_standard_input(options, false);
+    const auto scheme = new_signing(key_file{plain(options.key), session}, options.scheme, session);
+    output_file output{plain(options.signature)};
+    feed(*scheme, plain(options.file), session);
+    output.write(scheme->sign());
+    output.commit();
+}
+
+void verify(const sign_options& options, session& session)
+{
+    require_one_use_of_standard_input(options, true);
+    const auto scheme = new_verification(key_file{plain(options.key), session}, options.scheme, session);
+    const bytes signature = read_small_file(plain(options.signature), "a signature", session);
+    const std::string file = plain(options.file);
+    feed(*scheme, file, session);
+    const bool valid = scheme->verify(signature);
+    write(file + (valid ? ": OK\n" : ": FAILED\n"));
+    if (!valid) session.status = kFailed;
+}
+
+CLI::App* add_command(CLI::App& app, const char* name, const char* what, sign_options& options)
+{
+    CLI::App* command = app.add_subcommand(name, what);
+    command->add_option("-k,--key", options.key, "The key; - is standard input")->required();
+    command->add_option("-a,--algorithm", options.scheme.digest, algorithm_help())->capture_default_str();
+    auto* pss = command->add_flag("--pss", options.pss, "RSA: EMSA-PSS, as without an option");
+    auto* pkcs1 = command->add_flag("--pkcs1", options.scheme.pkcs1, "RSA: EMSA-PKCS1-v1_5")->excludes(pss);
+    command
+        ->add_option("--salt", options.scheme.salt, "RSA: PSS with a salt of so many bytes, not as many as the digest")
+        ->check(CLI::Range(1, 255))
+        ->excludes(pkcs1);
+    command->add_option("FILE", options.file, "The message; standard input when it is not given or -");
+    command->footer(kNotes);
+    return command;
+}
+
+} // namespace
+
+void add_sign(CLI::App& app, session& session)
+{
+    const auto options = std::make_shared<sign_options>();
+    CLI::App* command = add_command(app, "sign", "Sign a file", *options);
+    command->add_option("-o,--output", options->signature, "The signature; - is standard output")
+        ->capture_default_str();
+    command->callback([options, &session] { sign(*options, session); });
+}
+
+void add_verify(CLI::App& app, session& session)
+{
+    const auto options = std::make_shared<sign_options>();
+    CLI::App* command = add_command(app, "verify", "Verify the signature of a file; status 1: it is wrong", *options);
+    command->add_option("-s,--signature", options->signature, "The signature; - is standard input")->required();
+    command->callback([options, &session] { verify(*options, session); });
+}
+
+} // namespace tool
