@@ -1,10 +1,9 @@
 // Big numbers beside GMP, OpenSSL and Mbed TLS. Speeds are operations per second.
 #include "bench/bigint_peer.hpp"
+#include "bench/library.hpp"
+#include "bench/mean.hpp"
 
-#include <cmath>
 #include <cstring>
-#include <ctime>
-#include <regex>
 #include <string>
 
 namespace {
@@ -123,31 +122,7 @@ void add_decimal(comparison& table, operand_source& source)
         [=] { return make(std::make_shared<const gmp::number>(value), peers, release_peers); });
 }
 
-// Primes are a matter of luck: each side counts with the mean of many, found in turns.
 constexpr int kPrimeBits = 1024, kPrimes = 400;
-
-double thread_seconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
-}
-
-class mean {
-public:
-    void add(double x)
-    {
-        ++count_;
-        sum_ += x;
-        squares_ += x * x;
-    }
-    double value() const { return sum_ / count_; }
-    // The relative standard error.
-    double error() const { return std::sqrt((squares_ / count_ / value() / value() - 1) / count_); }
-
-private:
-    double count_ = 0, sum_ = 0, squares_ = 0;
-};
 
 class gmp_prime_search {
 public:
@@ -189,33 +164,26 @@ private:
     gmp::number minus_one_, odd_part_, x_;
 };
 
-// After the table. Each side's primes are tested by the other.
-int compare_prime_search(const std::string& row)
+// Each side's primes are tested by the other.
+bool compare_prime_search(const std::string& row)
 {
     kestrim::number our_prime;
     kestrim::scratch pool;
     gmp::number peer_prime;
     gmp_prime_search peer;
-    mean ours, peers;
-    for (int i = 0; i < kPrimes; ++i) {
-        const double start = thread_seconds();
-        const std::uint32_t error = ZRC_Generate_BIGINT_Prime_Ex(our_prime, kPrimeBits, pool);
-        const double middle = thread_seconds();
-        peer.find(peer_prime);
-        const double end = thread_seconds();
-        ours.add(middle - start);
-        peers.add(end - middle);
-        if (error == 0 && mpz_sizeinbase(gmp::number{our_prime.value()}, 2) == kPrimeBits &&
-            mpz_probab_prime_p(gmp::number{our_prime.value()}, 25) != 0 &&
-            ZRC_Is_BIGINT_Prime_Ex(kestrim::number{peer_prime.value()}, 5, pool) == 1)
-            continue;
-        std::fprintf(stderr, "%s: not a prime of %d bits\n", row.c_str(), kPrimeBits);
-        return 1;
-    }
-    const double ratio = peers.value() / ours.value();
-    std::printf("%-44s %12.1f %12.1f %8.2f +- %.2f\n", row.c_str(), 1 / ours.value(), 1 / peers.value(), ratio,
-                ratio * std::hypot(ours.error(), peers.error()));
-    return 0;
+    return compare_means(
+        row, kPrimes,
+        [&] {
+            const std::uint32_t error = ZRC_Generate_BIGINT_Prime_Ex(our_prime, kPrimeBits, pool);
+            return [&, error] {
+                const gmp::number prime{our_prime.value()};
+                return error == 0 && mpz_sizeinbase(prime, 2) == kPrimeBits && mpz_probab_prime_p(prime, 25) != 0;
+            };
+        },
+        [&] {
+            peer.find(peer_prime);
+            return [&] { return ZRC_Is_BIGINT_Prime_Ex(kestrim::number{peer_prime.value()}, 5, pool) == 1; };
+        });
 }
 #endif
 
@@ -223,10 +191,7 @@ int compare_prime_search(const std::string& row)
 
 int main(int argc, char** argv)
 {
-    if (ZRC_Crypto_Initialize() != 0) {
-        std::fputs("the self-test failed\n", stderr);
-        return 1;
-    }
+    bench::start_library();
     comparison table;
     operand_source source;
 #if KESTRIM_BENCH_OPENSSL
@@ -246,9 +211,8 @@ int main(int argc, char** argv)
     std::puts("The columns named MB/s are operations per second.");
     if (const int status = table.run(argc, argv); status != 0) return status;
 #if KESTRIM_BENCH_GMP
-    const std::string row = "Generate_Prime/1024/GMP", wanted = benchmark::GetBenchmarkFilter();
-    if (wanted.empty() || wanted == "all" || std::regex_search(row, std::regex{wanted}))
-        return compare_prime_search(row);
+    const std::string row = "Generate_Prime/1024/GMP";
+    if (selected(row) && !compare_prime_search(row)) return 1;
 #endif
     return 0;
 }

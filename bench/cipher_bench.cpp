@@ -1,6 +1,7 @@
 // Block ciphers in every mode, and RC4, beside OpenSSL and Crypto++: long messages under one key, and short ones each
 // of which is keyed anew.
 #include "bench/comparison.hpp"
+#include "bench/library.hpp"
 #include "kestrim_crypto.h"
 
 #if KESTRIM_BENCH_OPENSSL
@@ -318,8 +319,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    ZRC_Change_Non_Proven_Mode();
-    must(ZRC_Crypto_Initialize() == 0, "the self-test failed");
+    bench::start_library();
     comparison table;
     cipher_rows rows{table};
     for (const cipher& c : kCiphers) {

@@ -1,5 +1,6 @@
 // Digests and HMACs beside OpenSSL and RHash.
 #include "bench/comparison.hpp"
+#include "bench/library.hpp"
 #include "kestrim_crypto.h"
 
 #if KESTRIM_BENCH_OPENSSL
@@ -154,11 +155,7 @@ void add_one_shots(comparison& table, data_span data)
 
 int main(int argc, char** argv)
 {
-    ZRC_Change_Non_Proven_Mode();
-    if (ZRC_Crypto_Initialize() != 0) {
-        std::fputs("the self-test failed\n", stderr);
-        return 1;
-    }
+    bench::start_library();
 #if KESTRIM_BENCH_RHASH
     rhash_library_init();
 #endif

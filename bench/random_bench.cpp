@@ -1,5 +1,6 @@
 // The random generator beside Crypto++'s Hash_DRBG. Both sides start from the same seed, so they give the same bytes.
 #include "bench/comparison.hpp"
+#include "bench/library.hpp"
 #include "kestrim_crypto.h"
 
 #if KESTRIM_BENCH_CRYPTOPP
@@ -101,11 +102,7 @@ void add(comparison& table, const char* digest, std::int32_t digest_id)
 
 int main(int argc, char** argv)
 {
-    ZRC_Change_Non_Proven_Mode();
-    if (ZRC_Crypto_Initialize() != 0) {
-        std::fputs("the self-test failed\n", stderr);
-        return 1;
-    }
+    bench::start_library();
     comparison table;
     add<cryptopp_sha256>(table, "SHA-256", ZRC_SHA256);
     add<cryptopp_sha512>(table, "SHA-512", ZRC_SHA512);

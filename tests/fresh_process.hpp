@@ -20,4 +20,21 @@ void in_a_fresh_process(Scenario scenario)
         testing::ExitedWithCode(0), "");
 }
 
+inline constexpr char kProvenMode[] = "KESTRIM_TEST_PROVEN_MODE";
+
+// Whether main() must not leave proven mode.
+inline bool stays_in_proven_mode()
+{
+    return std::getenv(kProvenMode) != nullptr;
+}
+
+// The same in proven mode, for the programs whose main() leaves it.
+template <class Scenario>
+void in_a_fresh_proven_process(Scenario scenario)
+{
+    setenv(kProvenMode, "1", 1);
+    in_a_fresh_process(scenario);
+    unsetenv(kProvenMode);
+}
+
 } // namespace test

@@ -5,6 +5,9 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -209,9 +212,40 @@ TEST(Gate, ChecksCanBeCalledBeforeAnyGatedCall)
         EXPECT_EQ(zrc_DIGEST_Check(), 0u);
         EXPECT_EQ(ZRC_Crypto_Self_Test(), 0u);
     });
-    in_a_fresh_process([] {
-        EXPECT_EQ(ZRC_Crypto_Self_Test(), 0u);
-        EXPECT_EQ(ZRC_Is_Proven(), 1);
-        EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
-    });
+    for (const auto check :
+         {zrc_Verify_DLL, zrc_Entropy_Check, zrc_DRBG_Check, zrc_Sym_Key_Check, zrc_Sym_Check, zrc_Asym_Key_Check,
+          zrc_RSAES_Check, zrc_RSASSA_Check, zrc_KCDSA_Check, ZRC_Crypto_Self_Test}) {
+        in_a_fresh_process([check] {
+            EXPECT_EQ(check(), 0u);
+            EXPECT_EQ(ZRC_Is_Proven(), 1);
+            EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
+        });
+    }
+}
+
+// The self-test draws random bytes while the other threads wait for the generator at the gate.
+TEST(Gate, ThreadsMayMakeTheFirstCallTogether)
+{
+    for (const bool proven : {true, false}) {
+        in_a_fresh_process([proven] {
+            EXPECT_EQ(proven ? 0u : ZRC_Change_Non_Proven_Mode(), 0u);
+            constexpr std::uint32_t (*kCalls[])() = {
+                [] { return init_once(ZRC_SHA256); },
+                [] {
+                    std::uint8_t bytes[16];
+                    return ZRC_Rand_Bytes(bytes, sizeof bytes);
+                },
+                zrc_Entropy_Check,
+                zrc_KCDSA_Check,
+                zrc_RSASSA_Check,
+            };
+            std::vector<std::thread> threads;
+            std::vector<std::uint32_t> codes(std::size(kCalls), 1);
+            for (std::size_t i = 0; i < codes.size(); ++i)
+                threads.emplace_back([&codes, i, call = kCalls[i]] { codes[i] = call(); });
+            for (std::thread& thread : threads)
+                thread.join();
+            EXPECT_EQ(codes, std::vector<std::uint32_t>(codes.size(), 0));
+        });
+    }
 }

@@ -1,42 +1,7 @@
 #!/usr/bin/env bash
 # Runs the command-line tool as a user does: output, messages, exit status. Usage: tool_test.sh PATH-OF-KESTRIM
 # shellcheck disable=SC2001,SC2015,SC2016,SC2094
-set -uo pipefail
-
-kestrim=$(realpath "$1")
-"$kestrim" --version >/dev/null || exit 1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work" || exit 1
-mkdir logs
-failures=0
-
-complain()
-{
-    printf 'FAILED: %s: status %s\n' "$1" "$2"
-    sed 's/^/  out: /' logs/out
-    sed 's/^/  err: /' logs/err
-    failures=$((failures + 1))
-}
-
-# expect TITLE STATUS OUTPUT COMMAND...: exactly this output; nothing on standard error unless the status says so.
-expect()
-{
-    local title=$1 status=$2 output=$3 got=0
-    shift 3
-    "$@" >logs/out 2>logs/err || got=$?
-    [[ $got == "$status" && $(<logs/out) == "$output" ]] || { complain "$title" "$got"; return; }
-    [[ $status != 0 || ! -s logs/err ]] || complain "$title (message)" "$got"
-}
-
-# expect_message TITLE STATUS PATTERN COMMAND...: no output, and a message that matches.
-expect_message()
-{
-    local title=$1 status=$2 pattern=$3 got=0
-    shift 3
-    "$@" >logs/out 2>logs/err || got=$?
-    [[ $got == "$status" && ! -s logs/out ]] && grep -Eq -- "$pattern" logs/err || complain "$title" "$got"
-}
+source "$(dirname "${BASH_SOURCE[0]}")/expect.sh" "$1"
 
 printf abc >abc
 printf '' >empty
@@ -582,5 +547,4 @@ if script -qec true /dev/null </dev/null &>/dev/null; then # a terminal can be m
     ! grep -q 'MB/s' logs/out || complain "no progress with --quiet" $?
 fi
 
-[[ $failures == 0 ]] || { printf '%s checks failed\n' "$failures"; exit 1; }
-echo "all checks passed"
+finish

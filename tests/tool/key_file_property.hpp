@@ -1,0 +1,34 @@
+// What must hold for every text that is given to the readers of key files.
+#pragma once
+
+#include "tools/kcdsa_key_file.hpp"
+#include "tools/rsa_key_file.hpp"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+// The text that the program writes for a key it has read.
+inline std::string rewritten(const pem_block& block)
+{
+    const auto form = block.label.starts_with("RSA ") ? rsa_key_form::pkcs1 : rsa_key_form::general;
+    if (is_kcdsa(block)) return write_kcdsa_pem(read_kcdsa_key(block));
+    if (block.label.ends_with("PRIVATE KEY")) return write_rsa_private_key_pem(read_rsa_private_key(block), form);
+    return write_rsa_public_key_pem(read_rsa_public_key(block), form);
+}
+
+// Nothing: refused. Else whether the key has just this encoding.
+inline std::optional<bool> read_and_rewrite(std::string_view text)
+{
+    try {
+        const pem_block block = read_pem(text);
+        const pem_block again = read_pem(rewritten(block));
+        return again.label == block.label && again.content == block.content;
+    } catch (const malformed&) {
+        return {};
+    }
+}
+
+} // namespace tool
