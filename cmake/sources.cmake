@@ -4,7 +4,16 @@ set(KESTRIM_SOURCES
     core/error.cpp
     core/lock.cpp
     core/mem.cpp
+    core/membuf.cpp
+    core/memfrag.cpp
+    core/mempool.cpp
     core/status_proven.cpp
+    core/stream.cpp
+    core/stream_buffer.cpp
+    core/stream_cipher.cpp
+    core/stream_file.cpp
+    core/stream_filter.cpp
+    core/stream_memory.cpp
     core/utils.cpp
     core/version.cpp
     bigint/bigint.cpp
@@ -60,6 +69,16 @@ set(KESTRIM_SOURCES
     digest/sha1_blocks.cpp
     digest/sha256_blocks.cpp
     digest/sha512_blocks.cpp
+    pubkey/dh.cpp
+    pubkey/dh_generate.cpp
+    pubkey/dh_sets.cpp
+    pubkey/dsa.cpp
+    pubkey/dsa_generate.cpp
+    pubkey/ecc.cpp
+    pubkey/ecc_check.cpp
+    pubkey/ecc_engine.cpp
+    pubkey/ecdsa.cpp
+    pubkey/group_signature.cpp
     pubkey/kcdsa.cpp
     pubkey/kcdsa_generate.cpp
     pubkey/kcdsa_signature.cpp
@@ -114,6 +133,7 @@ if(KESTRIM_X86_64_KERNELS)
         digest/sha256_blocks_sha_ni.cpp
         digest/sha512_blocks_avx2.cpp
         digest/sha512_blocks_avx512vl.cpp
+        pubkey/ecc_engine_adx.cpp
         random/hashgen_sha_ni.cpp)
     # Its statements use every register, which GCC has at hand when it optimises.
     set_source_files_properties(bigint/product_adx.cpp PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Debug>:-O1>)

@@ -48,8 +48,12 @@
 #include "kestrim/cbc_mac.h"
 #include "kestrim/des.h"
 #include "kestrim/des_mac.h"
+#include "kestrim/dh.h"
 #include "kestrim/digest.h"
 #include "kestrim/drbg.h"
+#include "kestrim/dsa.h"
+#include "kestrim/ecc.h"
+#include "kestrim/ecdsa.h"
 #include "kestrim/entropy.h"
 #include "kestrim/error.h"
 #include "kestrim/has160.h"
@@ -71,6 +75,7 @@
 #include "kestrim/self_test.h"
 #include "kestrim/sha.h"
 #include "kestrim/state.h"
+#include "kestrim/stream.h"
 #include "kestrim/utils.h"
 
 #endif

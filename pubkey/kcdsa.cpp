@@ -73,14 +73,6 @@ void drop_key(ZRC_KCDSA_UNIT& unit) noexcept
     unit = rest;
 }
 
-// Normalised; null for null and without memory.
-owned_number copy_of(const ZRC_BIGINT* number) noexcept
-{
-    owned_number copy{ZRC_Dup_BIGINT(number)};
-    if (copy) set_length(*copy, copy->length);
-    return copy;
-}
-
 // What Init adds to a unit, made before any of it is put in.
 struct additions {
     owned_digest digest;
@@ -165,11 +157,7 @@ std::uint32_t ZRC_Set_KCDSA_Params(ZRC_KCDSA_UNIT* unit, const ZRC_BIGINT* p, co
 
     zrc::owned_number copies[5]; // made before the unit is cleaned: the numbers may be its own
     const ZRC_BIGINT* const given[] = {p, q, g, x, y};
-    bool copied = true;
-    for (std::size_t i = 0; i < 5; ++i) {
-        copies[i] = zrc::copy_of(given[i]);
-        copied = copied && (copies[i] != nullptr) == (given[i] != nullptr);
-    }
+    const bool copied = zrc::copy_numbers(copies, given);
     ZRC_Clean_KCDSA(unit);
     if (!p || !q || !g) return fail(ZRC_ERR_INVALID_INPUT);
     if (!copied) return fail(ZRC_ERR_COPY_BIGINT_FAIL);
@@ -239,6 +227,7 @@ std::uint32_t ZRC_Update_KCDSA(ZRC_KCDSA_UNIT* unit, const std::uint8_t* data, s
     // In front of the data of every call, not of the first alone.
     std::array<std::uint8_t, zrc::kMostBlockBytes> prefix{};
     const std::size_t z_bytes = (ZRC_Get_BIGINT_Bits_Length(unit->z) + 7) / 8;
+    if (z_bytes > block_bytes) return fail(ZRC_ERR_SUB_BIGINT_FAIL); // the digest is not the one that z was made for
     ZRC_BIGINT_To_Binary_Unsigned(unit->z, prefix.data() + (block_bytes - z_bytes));
     if (ZRC_Update_DIGEST(unit->digest, prefix.data(), std::int32_t(block_bytes)) != 0 ||
         ZRC_Update_DIGEST(unit->digest, data, length) != 0)

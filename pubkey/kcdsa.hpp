@@ -2,20 +2,15 @@
 #pragma once
 
 #include "core/bytes.hpp"
-#include "core/owned.hpp"
 #include "kestrim/kcdsa.h"
+#include "pubkey/group_signature.hpp"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace zrc {
 
-using owned_number = owned<ZRC_BIGINT, ZRC_Free_BIGINT>;
-
 inline constexpr std::size_t kMostDigestBytes = 64;
-
-// What a draw that gives 0 is repeated for: with keys that are none, it always does.
-inline constexpr int kMostDraws = 128;
 
 // Domain parameters, wherever they are.
 struct kcdsa_domain_view {

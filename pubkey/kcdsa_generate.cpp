@@ -5,7 +5,6 @@
 #include "bigint/operand.hpp"
 #include "bigint/pool_frame.hpp"
 #include "bigint/secret_arithmetic.hpp"
-#include "bigint/small_primes.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
 #include "kestrim/bigint_arithmetic.h"
@@ -25,47 +24,6 @@ namespace zrc {
 namespace {
 
 constexpr std::size_t kMostPrimeBytes = 512;
-
-// Consecutive primes from small_prime[first] on, whose product fits a word.
-struct trial_group {
-    std::uint32_t product;
-    std::uint16_t first, primes;
-};
-
-struct trial_groups {
-    std::array<trial_group, kMostTrialGroups> group{};
-    std::size_t count = 0;
-};
-
-consteval trial_groups make_trial_groups()
-{
-    trial_groups groups;
-    for (std::size_t i = 1; i <= kTrialPrimes; ++groups.count) {
-        trial_group& group = groups.group[groups.count];
-        group = {1, std::uint16_t(i), 0};
-        for (; i <= kTrialPrimes && std::uint64_t{group.product} * small_prime[i] <= 0xFFFFFFFF; ++i, ++group.primes)
-            group.product *= small_prime[i];
-    }
-    return groups;
-}
-
-constexpr trial_groups kTrial = make_trial_groups();
-static_assert(kTrial.group[0].product == 3234846615 && kTrial.group[0].primes == 9, "3 to 29");
-
-std::uint32_t residue(const ZRC_BIGINT& n, std::uint32_t divisor) noexcept
-{
-    std::uint64_t rest = 0;
-    for (std::int32_t i = n.length; i-- > 0;)
-        rest = (rest << 32 | n.data[i]) % divisor;
-    return std::uint32_t(rest);
-}
-
-bool has_divisor(std::uint32_t residue, const trial_group& group) noexcept
-{
-    for (std::size_t i = group.first; i < std::size_t{group.first} + group.primes; ++i)
-        if (residue % small_prime[i] == 0) return true;
-    return false;
-}
 
 // As many as a generated prime of this length has passed (ZRC_Generate_BIGINT_Prime_Ex), and 1, which the test does
 // not count.

@@ -3,6 +3,7 @@
 
 #include "core/bytes.hpp"
 #include "pubkey/kcdsa.hpp"
+#include "pubkey/trial_division.hpp"
 
 #include <array>
 #include <cstddef>
@@ -17,10 +18,6 @@ namespace zrc {
 std::uint32_t ppgf(std::span<std::uint8_t> output, std::size_t bits, ZRC_DIGEST_UNIT& digest, byte_span seed) noexcept;
 
 inline constexpr std::size_t kMostPrivateBytes = 64; // of the q of a generated key
-
-// Divides numbers by the odd primes up to 3,671, in groups whose product fits a word.
-inline constexpr std::size_t kTrialPrimes = 511;
-inline constexpr std::size_t kMostTrialGroups = kTrialPrimes / 2;
 
 // One search for p = 2 J q + 1 with prime J, q and p. J comes from a seed, q from the seed and a counter.
 class kcdsa_domain {

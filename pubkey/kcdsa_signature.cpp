@@ -6,7 +6,6 @@
 #include "bigint/secret_arithmetic.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
-#include "kestrim/drbg.h"
 #include "pubkey/kcdsa.hpp"
 
 #include <algorithm>
@@ -70,16 +69,6 @@ bool set_challenge(ZRC_BIGINT* e, byte_span hash, const std::uint8_t* r) noexcep
     return ZRC_Binary_To_BIGINT(sum.data(), std::int32_t(hash.size()), e) != nullptr;
 }
 
-// Numbers below q are used in as many words as q has, whatever they are: their own length would tell something. To
-// that end their words are made zero before they are set. False without memory.
-bool clear_words(ZRC_BIGINT& number, const ZRC_BIGINT& q) noexcept
-{
-    number.length = 0;
-    if (!grow(number, q.length)) return false;
-    std::fill_n(number.data, q.length, 0U);
-    return true;
-}
-
 // The code that ZRC_Mod_Exp_Mont_BIGINT has where secret_mod_exp fails.
 std::uint32_t power_failure(const ZRC_BIGINT& p) noexcept
 {
@@ -102,7 +91,7 @@ std::int32_t write_s(std::uint8_t* output, std::size_t bytes, const ZRC_BIGINT& 
 std::uint32_t kcdsa_public_key(ZRC_BIGINT& y, const kcdsa_domain_view& domain, const ZRC_BIGINT& x) noexcept
 {
     const owned_number inverse{ZRC_New_BIGINT()};
-    if (!inverse || !clear_words(*inverse, domain.q)) return kNoInverse;
+    if (!inverse || !clear_words(*inverse, domain.q.length)) return kNoInverse;
     if (!secret_mod_inverse(inverse.get(), &x, &domain.q)) return kNoInverse;
     inverse->length = domain.q.length;
     if (!secret_mod_exp({&y, &domain.g, inverse.get(), &domain.p, bits_of(domain.q)})) return power_failure(domain.p);
@@ -114,16 +103,8 @@ std::uint32_t draw_kcdsa_nonce(ZRC_BIGINT* k, const ZRC_BIGINT* q) noexcept
     const auto fail = [](std::uint32_t reason) { return code(ZRC_L_KCDSA, ZRC_F_GET_RAND_KCDSA_BIGINT, reason); };
 
     if (!k || !q) return fail(ZRC_ERR_NULL_INPUT);
-    const std::uint32_t bits = bits_of(*q);
-    if (bits < 2) return fail(ZRC_ERR_INVALID_INPUT);
-    // Values outside of the range are thrown away whole: less than every second one.
-    const ZRC_BIGINT* const one = ZRC_Value_One_BIGINT();
-    do {
-        if (!clear_words(*k, *q)) return fail(ZRC_ERR_EXPAND_BIGINT_WORD);
-        if (ZRC_Get_Rand_BIGINT_Ex(k, std::int32_t(bits)) != 0) return fail(ZRC_ERR_GET_RAND_FAIL);
-        k->length = q->length;
-    } while (secret_less(k, one) || !secret_less(k, q));
-    return 0;
+    const std::uint32_t reason = draw_nonce(*k, *q);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t kcdsa_power(ZRC_BIGINT& w, const ZRC_KCDSA_UNIT& unit, const ZRC_BIGINT& k) noexcept
@@ -145,7 +126,7 @@ std::uint32_t kcdsa_response(ZRC_BIGINT& s, const ZRC_KCDSA_UNIT& unit, const ZR
     pool_frame frame{unit.pool};
     const secret_temporary difference{frame};
     if (!difference.get()) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
-    if (!clear_words(*difference.get(), *unit.q)) return ZRC_ERR_SUB_BIGINT_FAIL;
+    if (!clear_words(*difference.get(), unit.q->length)) return ZRC_ERR_SUB_BIGINT_FAIL;
     if (!secret_mod_sub(difference.get(), &k, &e, unit.q)) return ZRC_ERR_SUB_BIGINT_FAIL;
     difference.get()->length = unit.q->length;
     return secret_mod_mul(&s, unit.x, difference.get(), unit.q) ? 0 : ZRC_ERR_MOD_MTP_BIGINT_FAIL;

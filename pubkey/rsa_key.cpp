@@ -86,18 +86,14 @@ bool has_crt_values(const ZRC_RSA_UNIT& unit) noexcept
     return unit.p && unit.q && unit.dP && unit.dQ && unit.qInv;
 }
 
-// The Chinese remainder theorem is for whole keys, schemes with an encoding, and bases of about the full length.
 bool takes_crt(const ZRC_RSA_UNIT& unit, const ZRC_BIGINT& base) noexcept
 {
-    if (unit.use_crt == 0 || (unit.key_flags & ZRC_RSA_HAS_CRT) == 0 || !has_crt_values(unit)) return false;
-    if ((unit.mode & kEncodingMode) == 0) return false;
-    return ZRC_Get_BIGINT_Bits_Length(&base) > ZRC_Get_BIGINT_Bits_Length(unit.qInv) + 8;
+    return may_take_crt(unit) && ZRC_Get_BIGINT_Bits_Length(&base) > ZRC_Get_BIGINT_Bits_Length(unit.qInv) + 8;
 }
 
 // y = x^d mod n without the primes.
 std::uint32_t plain_RSA(const ZRC_RSA_UNIT& unit, ZRC_BIGINT* y, const ZRC_BIGINT* x) noexcept
 {
-    if (!unit.d) return kFailed;
     if (!secret_mod_exp({y, x, unit.d, unit.n, 0})) {
         return code(ZRC_L_BIGINT, ZRC_F_MOD_EXP_MONT_BIGINT, ZRC_ERR_MALLOC); // n is odd: it had a blinding pair
     }
@@ -135,6 +131,12 @@ std::uint32_t generate_RSA_BLINDING(ZRC_RSA_UNIT* unit) noexcept
 bool has_rsa_key_pair(const ZRC_RSA_UNIT& unit) noexcept
 {
     return unit.p && unit.q && unit.n && unit.e && unit.d;
+}
+
+bool may_take_crt(const ZRC_RSA_UNIT& unit) noexcept
+{
+    if (unit.use_crt == 0 || (unit.key_flags & ZRC_RSA_HAS_CRT) == 0 || !has_crt_values(unit)) return false;
+    return (unit.mode & kEncodingMode) != 0;
 }
 
 // A number is 1 modulo the least common multiple m of p - 1 and q - 1 exactly when it is 1 modulo both and m is not 1
@@ -194,6 +196,7 @@ private_outcome rsa_private_operation(ZRC_RSA_UNIT& unit, ZRC_BIGINT& y, const Z
     if (takes_crt(unit, *blinded)) {
         if (const std::uint32_t failed = crt_RSA(&unit, power, blinded)) return {private_step::crt, failed};
     } else {
+        if (!unit.d) return {private_step::exponent, kFailed};
         if (const std::uint32_t failed = plain_RSA(unit, power, blinded)) {
             return {private_step::exponentiation, failed};
         }

@@ -21,6 +21,10 @@ void drop_blinding(ZRC_RSA_UNIT& unit) noexcept;
 // p, q, n, e and d are all there.
 bool has_rsa_key_pair(const ZRC_RSA_UNIT& unit) noexcept;
 
+// The key, the mode word and use_crt let the private operation take the Chinese remainder theorem, which needs no d;
+// the few bases that are too short for it, and every other key, do.
+bool may_take_crt(const ZRC_RSA_UNIT& unit) noexcept;
+
 // 0 when e d = 1 modulo (p - 1)(q - 1) or modulo the least common multiple of p - 1 and q - 1; else 1, also for a
 // missing number and without memory. n is not compared with p q.
 std::uint32_t verify_RSA_KEY(const ZRC_RSA_UNIT* unit) noexcept;
@@ -35,13 +39,14 @@ enum class private_step {
     blinding,
     key_pair,
     crt,
+    exponent, // there is no d
     exponentiation,
     unblinding
 };
 
 struct private_outcome {
     private_step failed;
-    std::uint32_t code; // of the failed step: an error code, or 1 where there is none, as for a missing d
+    std::uint32_t code; // of the failed step: an error code, or 1 where there is none
 };
 
 // y = x^d mod n for x < n, blinded; y may be x. The blinding pair is made when it is missing; the key pair is checked,

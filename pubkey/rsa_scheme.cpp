@@ -45,9 +45,9 @@ bool enter_scheme(ZRC_RSA_UNIT& unit, std::uint32_t mode, std::uint32_t operatio
     return true;
 }
 
-std::uint32_t missing_number(const ZRC_RSA_UNIT& unit) noexcept
+std::uint32_t missing_number(const ZRC_RSA_UNIT& unit, bool needs_d) noexcept
 {
-    if (unit.operation != 0) return unit.n && unit.d ? 0 : std::uint32_t{ZRC_ERR_NO_PRIVATE_VALUE};
+    if (unit.operation != 0) return unit.n && (unit.d || !needs_d) ? 0 : std::uint32_t{ZRC_ERR_NO_PRIVATE_VALUE};
     return unit.n && unit.e ? 0 : std::uint32_t{ZRC_ERR_NO_PUBLIC_VALUE};
 }
 

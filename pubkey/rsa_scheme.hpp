@@ -27,7 +27,8 @@ std::uint32_t bind_digest(ZRC_RSA_UNIT& unit, std::int32_t digest_id) noexcept;
 bool enter_scheme(ZRC_RSA_UNIT& unit, std::uint32_t mode, std::uint32_t operation, std::int32_t digest_id) noexcept;
 
 // 0, or the reason: `key_flags` outlives a key, so the numbers that the operation needs may be missing all the same.
-std::uint32_t missing_number(const ZRC_RSA_UNIT& unit) noexcept;
+// The private exponent may be dispensable.
+std::uint32_t missing_number(const ZRC_RSA_UNIT& unit, bool needs_d) noexcept;
 
 // The number, big-endian, behind zero bytes; it fits. The time depends on how many words it has, not on their values.
 void write_left_padded(std::span<std::uint8_t> out, const ZRC_BIGINT& number) noexcept;

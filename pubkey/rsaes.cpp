@@ -139,9 +139,11 @@ std::uint32_t decrypt(ZRC_RSA_UNIT& unit, ZRC_BIGINT& c) noexcept
     if (has_rsa_key_pair(unit) && verify_RSA_KEY(&unit) != 0) return fail(ZRC_ERR_INVALID_KEY_PAIR);
     switch (rsa_private_operation(unit, c, c, false).failed) {
     case private_step::done:
-        c.length =
-            unit.n->length; // all these words are set; the length without the zeros among them tells of the result
+        // All these words are set; the length without the zeros among them tells of the result.
+        c.length = unit.n->length;
         return 0;
+    case private_step::exponent:
+        return fail(ZRC_ERR_NO_PRIVATE_VALUE);
     case private_step::unblinding: // the function number is that of signing, on purpose
         return code(ZRC_L_RSA, ZRC_F_SIGN_RSASSA, ZRC_ERR_SUB_OPERATION_FAILURE);
     default:
@@ -179,7 +181,7 @@ std::uint32_t ZRC_Encrypt_RSAES(ZRC_RSA_UNIT* unit, std::uint8_t* output, std::i
     const bool is_private = unit->operation != 0;
     if (is_private && (unit->key_flags & (ZRC_RSA_HAS_N | ZRC_RSA_HAS_D)) == 0) return fail(ZRC_ERR_NO_PRIVATE_VALUE);
     if (!is_private && (unit->key_flags & (ZRC_RSA_HAS_N | ZRC_RSA_HAS_E)) == 0) return fail(ZRC_ERR_NO_PUBLIC_VALUE);
-    if (const std::uint32_t missing = zrc::missing_number(*unit)) return fail(missing);
+    if (const std::uint32_t missing = zrc::missing_number(*unit, true)) return fail(missing);
     if (zrc::refuses_modulus(*unit)) return fail(ZRC_ERR_NOT_SUPPORTED);
 
     const std::size_t k = zrc::rsa_modulus_bytes(*unit);
@@ -212,7 +214,7 @@ std::uint32_t ZRC_Decrypt_RSAES(ZRC_RSA_UNIT* unit, std::uint8_t* output, std::i
     const bool is_private = unit->operation != 0;
     if (is_private && (unit->key_flags & (ZRC_RSA_HAS_N | ZRC_RSA_HAS_E)) == 0) return fail(ZRC_ERR_NO_PUBLIC_VALUE);
     if (!is_private && (unit->key_flags & (ZRC_RSA_HAS_N | ZRC_RSA_HAS_D)) == 0) return fail(ZRC_ERR_NO_PRIVATE_VALUE);
-    if (const std::uint32_t missing = zrc::missing_number(*unit)) return fail(missing);
+    if (const std::uint32_t missing = zrc::missing_number(*unit, !zrc::may_take_crt(*unit))) return fail(missing);
     if (zrc::refuses_modulus(*unit)) return fail(ZRC_ERR_NOT_SUPPORTED);
 
     const std::size_t k = zrc::rsa_modulus_bytes(*unit);

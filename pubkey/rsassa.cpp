@@ -147,7 +147,7 @@ std::uint32_t ZRC_Sign_RSASSA(ZRC_RSA_UNIT* unit, std::uint8_t* signature, std::
     const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_RSA, ZRC_F_SIGN_RSASSA, reason); };
 
     if (!unit || !signature || !signature_length) return fail(ZRC_ERR_NULL_INPUT);
-    if (!unit->n || !unit->d) return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
+    if (!unit->n || (!unit->d && !zrc::may_take_crt(*unit))) return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
 
     const std::size_t k = zrc::rsa_modulus_bytes(*unit);
     zrc::secret_frame frame{unit->pool};

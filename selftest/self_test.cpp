@@ -47,7 +47,8 @@ std::uint32_t zrc_Context_Check()
                           zrc::constructs<ZRC_New_BLOCK_CIPHER_Unit, ZRC_Free_BLOCK_CIPHER_Unit>() &&
                           zrc::constructs<ZRC_New_RSA, ZRC_Free_RSA>() &&
                           zrc::constructs<ZRC_New_KCDSA, ZRC_Free_KCDSA>();
-    return zrc::outcome(ZRC_F_CONTEXT_CHECK, complete);
+    if (!complete || ZRC_Is_Proven() != 0) return zrc::outcome(ZRC_F_CONTEXT_CHECK, complete);
+    return zrc::outcome(ZRC_F_CONTEXT_CHECK, zrc::constructs<ZRC_New_DSA, ZRC_Free_DSA>());
 }
 
 std::uint32_t zrc_Version_Check()

@@ -196,8 +196,8 @@ ZRC_API uint32_t ZRC_Init_KCDSA_Ex(ZRC_KCDSA_UNIT *unit, uint32_t operation, int
  *   0x10090049  ZRC_ERR_NULL_INPUT             unit, its digest or data is null, or length is below 1
  *   0x10090059  ZRC_ERR_SUB_OPERATION_FAILURE  there is no y, or no memory for the words of z
  *   0x1009003A  ZRC_ERR_MALLOC                 no memory for z
+ *   0x10090058  ZRC_ERR_SUB_BIGINT_FAIL        z is longer than a block: the caller put another digest into the unit
  *   0x1009005B  ZRC_ERR_UPDATE_DIGEST_FAIL     the digest lost its record in an earlier call without memory
- * 0x10090058 (z cannot be written) is reserved.
  */
 ZRC_API uint32_t ZRC_Update_KCDSA(ZRC_KCDSA_UNIT *unit, const uint8_t *data, int32_t length);
 

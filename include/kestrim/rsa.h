@@ -130,10 +130,11 @@ ZRC_API uint32_t ZRC_Get_RSA_Length(const ZRC_RSA_UNIT *unit);
  * are overwritten, its blinding pair is dropped.
  *
  *   e        the public exponent: an odd prime, of any size; 65537 is the usual one
- *   bits     8 or more: the bits of p and q together, of which p has one more for an odd number. n has as many bits,
- *            or one less. Proven mode asks for 2048
+ *   bits     8 or more: the bits of p and q together, of which p has one more for an odd number. n HAS AS MANY BITS,
+ *            OR ONE LESS: the top bit alone of a prime is sure to be set, so about 4 of 10 keys of 2048 bits have a
+ *            modulus of 2047, in which nothing is amiss. Proven mode asks for 2048
  *   version  1: d is e^-1 modulo (p - 1)(q - 1); 2: modulo the least common multiple of p - 1 and q - 1, which is
- *            found in a time that depends on the primes
+ *            found in a time that depends on the primes, as d is for an e of more than 32 bits
  *
  * Afterwards p > q, key_flags is 0x1F, and the new pair has passed a test: three bytes are encrypted and decrypted
  * with RSAES-OAEP and SHA-256, for which a modulus of fewer than 545 bits has no room. The unit is left initialised
@@ -143,7 +144,8 @@ ZRC_API uint32_t ZRC_Get_RSA_Length(const ZRC_RSA_UNIT *unit);
  * finds p three times in a row, which takes a tiny size. Use a fresh unit, whose flags are 0 to begin with.
  *
  * Returns 0, the code of a failed self-test, the code of an arithmetic function that failed
- * (ZRC_Generate_BIGINT_Prime_Ex, for instance), or
+ * (ZRC_Generate_BIGINT_Prime_Ex, for instance), 1 if the new key got no blinding pair for want of memory or of a
+ * usable random number, or
  *   0x180B002B  ZRC_ERR_INVALID_INPUT         bits is negative, which is tested before the self-test; a pointer is
  *                                             null, bits is below 8, or version is neither 1 nor 2
  *   0x180B0048  ZRC_ERR_NOT_SUPPORTED         proven mode, and bits is below 2048; tested before the other arguments

@@ -22,6 +22,10 @@
  * leading zero bytes may be added or left off, only the value counts. A failed call writes to no output and to no
  * length. What held an encoded message, a digest or a number of the private key is wiped on every path.
  *
+ * The private operation of decryption and signing goes by the Chinese remainder theorem if use_crt is not 0, key_flags
+ * has ZRC_RSA_HAS_CRT, the five CRT values are there and the mode word has an encoding. It then needs no d, but for
+ * the rare blinded number that is hardly longer than qInv.
+ *
  * PROVEN MODE asks for a modulus of 2041 bits or more, OAEP or PSS, and SHA-224 or SHA-256 for signatures; see
  * ZRC_Init_RSAES and ZRC_Init_RSASSA. SHA-1 stays allowed inside MGF1.
  *
@@ -130,8 +134,8 @@ ZRC_API uint32_t ZRC_Encrypt_RSAES(ZRC_RSA_UNIT *unit, uint8_t *output, int32_t 
  *   0x180A002B  ZRC_ERR_INVALID_INPUT          another pointer is null, or the length is negative
  *   0x180A0046  ZRC_ERR_NO_PUBLIC_VALUE        private key: key_flags has neither n nor e (the flags are tested the
  *                                              other way round than for encryption); public key: n or e is missing
- *   0x180A0045  ZRC_ERR_NO_PRIVATE_VALUE       public key: key_flags has neither n nor d; private key: n or d is
- *                                              missing
+ *   0x180A0045  ZRC_ERR_NO_PRIVATE_VALUE       public key: key_flags has neither n nor d; private key: n is
+ *                                              missing, or d is and the primes cannot replace it
  *   0x180A0048  ZRC_ERR_NOT_SUPPORTED          proven mode: the modulus has less than 2041 bits
  *   0x180A003A  ZRC_ERR_MALLOC                 no memory
  *   0x180A003D  ZRC_ERR_MESSAGE_TOO_LONG       the ciphertext is not less than the modulus
@@ -201,8 +205,9 @@ ZRC_API uint32_t ZRC_Final_RSASSA(ZRC_RSA_UNIT *unit, uint8_t *signature, int32_
  * Returns 0, or
  *   0x18060049  ZRC_ERR_NULL_INPUT             a pointer is null
  *   0x1806003A  ZRC_ERR_MALLOC                 no memory, or no pool
- *   0x18060059  ZRC_ERR_SUB_OPERATION_FAILURE  n or d is missing; no Init; the blinding failed (without e there is
- *                                              none), or the step by the primes did
+ *   0x18060059  ZRC_ERR_SUB_OPERATION_FAILURE  n is missing, or d is and the primes cannot replace it; no Init;
+ *                                              the blinding failed (without e there is none), or the step by the
+ *                                              primes did
  *   0x180600F0  ZRC_ERR_NOT_PROVEN_ALGORITHM   proven mode: PKCS #1 v1.5, or no encoding
  *   0x18060012  ZRC_ERR_ENCODING_FAILURE       the modulus has no room for the digest and the salt; no encoding for
  *                                              the digest (PKCS #1 v1.5); no random bytes; no memory

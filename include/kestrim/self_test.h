@@ -45,7 +45,8 @@ ZRC_API uint32_t ZRC_Crypto_Self_Test(void);
 ZRC_API uint32_t zrc_Verify_DLL(void);
 
 /*
- * zrc_Context_Check - create and free one unit of each family: DRBG, HMAC, digest, block cipher, RSA, KCDSA.
+ * zrc_Context_Check - create and free one unit of each family: DRBG, HMAC, digest, block cipher, RSA, KCDSA, and
+ * outside proven mode, DSA.
  *
  * Returns 0, or
  *   0x1A020059  ZRC_ERR_SUB_OPERATION_FAILURE  a constructor returned null

@@ -1,4 +1,5 @@
-// RSA units with the keys of tests/vectors/rsa_keys.txt, and the schemes in single calls.
+// RSA units with the keys of tests/vectors/rsa_keys.txt, or with as much of a key as the encodings need, and the calls
+// of the schemes.
 #pragma once
 
 #include "kestrim_crypto.h"
@@ -9,6 +10,11 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace test {
 
@@ -16,6 +22,15 @@ struct rsa_releaser {
     void operator()(ZRC_RSA_UNIT* unit) const { EXPECT_EQ(ZRC_Free_RSA(unit), 0U); }
 };
 using rsa_unit = std::unique_ptr<ZRC_RSA_UNIT, rsa_releaser>;
+using rsa_part = ZRC_BIGINT* ZRC_RSA_UNIT::*;
+inline constexpr rsa_part kRsaParts[] = {&ZRC_RSA_UNIT::n,  &ZRC_RSA_UNIT::e, &ZRC_RSA_UNIT::d, &ZRC_RSA_UNIT::dP,
+                                         &ZRC_RSA_UNIT::dQ, &ZRC_RSA_UNIT::p, &ZRC_RSA_UNIT::q, &ZRC_RSA_UNIT::qInv};
+
+// Numbers of a key, some of them null. Returns the code of loading.
+inline std::uint32_t load_rsa(ZRC_RSA_UNIT* unit, const bigint& n, const bigint& e, const bigint& d = nullptr)
+{
+    return ZRC_Set_RSA_Params(unit, n.get(), e.get(), d.get(), nullptr, nullptr, nullptr, nullptr, nullptr);
+}
 
 struct rsa_key {
     bigint n, e, d, p, q, dp, dq, qinv;
@@ -23,120 +38,163 @@ struct rsa_key {
     explicit rsa_key(int bits)
     {
         const stanza key = read_vectors("rsa_keys.txt", std::to_string(bits) + " bits").front();
-        for (const auto& [name, value] : {std::pair{"n", &n},
-                                          {"e", &e},
-                                          {"d", &d},
-                                          {"p", &p},
-                                          {"q", &q},
-                                          {"dp", &dp},
-                                          {"dq", &dq},
-                                          {"qinv", &qinv}})
-            *value = of_bytes(key[name]);
+        const auto part = [&](const char* name) { return of_bytes(key[name]); };
+        n = part("n"), e = part("e"), d = part("d"), p = part("p"), q = part("q");
+        dp = part("dp"), dq = part("dq"), qinv = part("qinv");
     }
 
-    rsa_unit with_public_values() const
+    // Loads what `parts` names: n, e, d, and c for all the CRT values, or C for all but the last one.
+    std::uint32_t load(const rsa_unit& unit, std::string_view parts) const
     {
-        rsa_unit unit{ZRC_New_RSA()};
-        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit.get(), n.get(), e.get()), 0U);
-        return unit;
+        const auto given = [&](const char* letters, const bigint& value) {
+            return parts.find_first_of(letters) == parts.npos ? nullptr : value.get();
+        };
+        return ZRC_Set_RSA_Params(unit.get(), given("n", n), given("e", e), given("d", d), given("cC", p),
+                                  given("cC", q), given("cC", dp), given("cC", dq), given("c", qinv));
     }
-    rsa_unit with_private_exponent() const
+    rsa_unit unit(std::string_view parts) const
     {
-        rsa_unit unit{ZRC_New_RSA()};
-        EXPECT_EQ(
-            ZRC_Set_RSA_Params(unit.get(), n.get(), e.get(), d.get(), nullptr, nullptr, nullptr, nullptr, nullptr), 0U);
-        return unit;
-    }
-    rsa_unit with_everything() const
-    {
-        rsa_unit unit{ZRC_New_RSA()};
-        EXPECT_EQ(
-            ZRC_Set_RSA_Params(unit.get(), n.get(), e.get(), d.get(), p.get(), q.get(), dp.get(), dq.get(), qinv.get()),
-            0U);
-        return unit;
+        rsa_unit made{ZRC_New_RSA()};
+        EXPECT_EQ(load(made, parts), 0U);
+        return made;
     }
 };
 
 // What a call answered, and what it wrote: nothing on failure.
 struct rsa_answer {
     std::uint32_t code;
-    bytes output;
+    bytes output = {};
 
     bool operator==(const rsa_answer&) const = default;
 };
 
-inline void PrintTo(const rsa_answer& answer, std::ostream* out)
+// Never null, not even for no bytes.
+inline const std::uint8_t* data_of(const bytes& value)
 {
-    *out << std::hex << answer.code << " [" << hex(answer.output) << ']';
+    static constexpr std::uint8_t kNothing = 0;
+    return value.empty() ? &kNothing : value.data();
 }
 
-// The output of `call`, which gets room for it: as many bytes as the modulus has, and exactly that, so that a sanitizer
-// sees every byte beyond. A failed call must not have written anything.
+inline std::int32_t length_of(const bytes& value)
+{
+    return std::int32_t(value.size());
+}
+
+// The output of `call`, which gets room for exactly as many bytes as the modulus has: a sanitizer sees every byte
+// beyond. A failed call must not have written anything.
 template <class Call>
 rsa_answer rsa_output(const ZRC_RSA_UNIT& unit, Call call)
 {
-    constexpr std::int32_t kUntouched = -77;
     bytes output(unit.n ? (ZRC_Get_BIGINT_Bits_Length(unit.n) + 7) / 8 : 1, 0xA7);
-    std::int32_t length = kUntouched;
+    const bytes before = output;
+    std::int32_t length = -77;
     const std::uint32_t code = call(output.data(), &length);
     if (code != 0) {
-        EXPECT_EQ(length, kUntouched);
-        EXPECT_EQ(output, bytes(output.size(), 0xA7));
-        return {code, {}};
+        EXPECT_TRUE(length == -77 && output == before);
+        return {code};
     }
-    EXPECT_TRUE(length >= 0 && std::size_t(length) <= output.size()) << length;
+    EXPECT_TRUE(length >= 0 && length <= length_of(output)) << length;
     output.resize(std::size_t(length));
     return {0, output};
 }
 
-inline rsa_answer rsa_encrypt(const rsa_unit& unit, const bytes& message)
-{
-    return rsa_output(*unit, [&](std::uint8_t* output, std::int32_t* length) {
-        const std::uint8_t nothing = 0;
-        return ZRC_Encrypt_RSAES(unit.get(), output, length, message.empty() ? &nothing : message.data(),
-                                 std::int32_t(message.size()));
-    });
-}
-
-inline rsa_answer rsa_decrypt(const rsa_unit& unit, const bytes& ciphertext)
-{
-    return rsa_output(*unit, [&](std::uint8_t* output, std::int32_t* length) {
-        const std::uint8_t nothing = 0;
-        return ZRC_Decrypt_RSAES(unit.get(), output, length, ciphertext.empty() ? &nothing : ciphertext.data(),
-                                 std::int32_t(ciphertext.size()));
-    });
-}
+// Encryption or decryption as the unit stands, or after an Init.
+template <auto Call>
+struct rsa_crypt {
+    rsa_answer operator()(const rsa_unit& unit, const bytes& input) const
+    {
+        return rsa_output(*unit, [&](auto* output, auto* length) {
+            return Call(unit.get(), output, length, data_of(input), length_of(input));
+        });
+    }
+    rsa_answer operator()(const rsa_unit& unit, std::uint32_t mode, std::uint32_t operation, const bytes& input,
+                          std::int32_t digest_id = 0) const
+    {
+        EXPECT_EQ(ZRC_Init_RSAES(unit.get(), mode, operation, digest_id), 0U);
+        return (*this)(unit, input);
+    }
+};
+inline constexpr rsa_crypt<ZRC_Encrypt_RSAES> rsa_encrypt;
+inline constexpr rsa_crypt<ZRC_Decrypt_RSAES> rsa_decrypt;
 
 // Init, Update, Final; the first code that is not 0 ends it.
 inline rsa_answer rsa_sign(const rsa_unit& unit, std::int32_t digest_id, std::uint32_t mode, const bytes& message)
 {
-    if (const std::uint32_t code = ZRC_Init_RSASSA(unit.get(), digest_id, mode, 1)) return {code, {}};
-    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), message.data(), std::int32_t(message.size()))) {
-        return {code, {}};
-    }
-    return rsa_output(*unit, [&](std::uint8_t* output, std::int32_t* length) {
-        return ZRC_Final_RSASSA(unit.get(), output, length);
-    });
+    if (const std::uint32_t code = ZRC_Init_RSASSA(unit.get(), digest_id, mode, 1)) return {code};
+    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), data_of(message), length_of(message))) return {code};
+    return rsa_output(*unit, [&](auto* output, auto* length) { return ZRC_Final_RSASSA(unit.get(), output, length); });
 }
-
 inline std::uint32_t rsa_verify(const rsa_unit& unit, std::int32_t digest_id, std::uint32_t mode, const bytes& message,
                                 bytes signature)
 {
     if (const std::uint32_t code = ZRC_Init_RSASSA(unit.get(), digest_id, mode, 0)) return code;
-    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), message.data(), std::int32_t(message.size()))) {
-        return code;
-    }
-    const auto size = std::int32_t(signature.size());
-    std::int32_t length = size;
-    signature.push_back(0);
-    const std::uint32_t code = ZRC_Final_RSASSA(unit.get(), signature.data(), &length);
-    EXPECT_EQ(length, size);
-    return code;
+    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), data_of(message), length_of(message))) return code;
+    std::int32_t length = length_of(signature);
+    signature.reserve(1);
+    return ZRC_Final_RSASSA(unit.get(), signature.data(), &length);
 }
 
 constexpr std::uint32_t pss_salt(std::uint32_t length)
 {
     return ZRC_RSASSA_PSS | length << ZRC_RSASSA_SALT_SHIFT;
 }
+
+// The answers to calls with good arguments but one, in turn: a pointer that is null, a number that is -1.
+template <class R, class... A>
+std::vector<R> with_each_bad(R (*call)(A...), std::type_identity_t<A>... good)
+{
+    std::vector<R> answers;
+    const auto spoil = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
+        std::tuple<A...> arguments{good...};
+        auto& bad = std::get<I>(arguments);
+        if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(bad)>>)
+            bad = nullptr;
+        else
+            bad = std::remove_reference_t<decltype(bad)>(-1);
+        answers.push_back(std::apply(call, arguments));
+    };
+    [&]<std::size_t... I>(std::index_sequence<I...>)
+    {
+        (spoil(std::integral_constant<std::size_t, I>{}), ...);
+    }
+    (std::index_sequence_for<A...>{});
+    return answers;
+}
+
+// A value of a vector file as a number.
+inline std::int32_t number(const bytes& value)
+{
+    return std::int32_t(ZRC_Get_BIGINT_Word(of_bytes(value).get()));
+}
+
+inline bytes digest_of(std::int32_t digest, const bytes& message)
+{
+    bytes output(64);
+    std::int32_t length = 0;
+    EXPECT_EQ(ZRC_DIGEST(digest, data_of(message), length_of(message), output.data(), &length), 0U);
+    output.resize(std::size_t(length));
+    return output;
+}
+
+// A unit as the encodings need it: of a key they ask for nothing but the number of bits of the modulus.
+struct rsa_encoder {
+    rsa_unit owner{ZRC_New_RSA()};
+    ZRC_RSA_UNIT& unit = *owner;
+
+    rsa_encoder(std::int32_t bits, std::int32_t digest, std::int32_t mgf_digest)
+    {
+        unit.mode = std::uint32_t(mgf_digest) | 0x00140000; // the byte between does not belong to the identifier
+        unit.n = ZRC_New_BIGINT();
+        EXPECT_EQ(ZRC_Set_BIGINT_Bit(unit.n, bits - 1), 0U);
+        unit.digest = ZRC_New_DIGEST_Unit();
+        EXPECT_EQ(ZRC_Init_DIGEST(unit.digest, digest), 0U);
+    }
+    explicit rsa_encoder(const stanza& one)
+        : rsa_encoder{number(one["bits"]), number(one["digest"]), number(one["mgf"])}
+    {
+    }
+
+    std::int32_t k() const { return std::int32_t(ZRC_Get_BIGINT_Bits_Length(unit.n) + 7) / 8; }
+};
 
 } // namespace test
