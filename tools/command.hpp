@@ -40,8 +40,13 @@ struct session {
 // Each adds its subcommand to the parser; the subcommand's callback does the work and sets the session's status.
 void add_calc(CLI::App& app, session& session);
 void add_dgst(CLI::App& app, session& session);
+void add_dh(CLI::App& app, session& session);
+void add_dhparam(CLI::App& app, session& session);
 void add_enc(CLI::App& app, session& session);
 void add_error(CLI::App& app, session& session);
+void add_gendh(CLI::App& app, session& session);
+void add_gendsa(CLI::App& app, session& session);
+void add_genec(CLI::App& app, session& session);
 void add_genkcdsa(CLI::App& app, session& session);
 void add_genrsa(CLI::App& app, session& session);
 void add_mac(CLI::App& app, session& session);

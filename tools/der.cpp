@@ -1,6 +1,7 @@
 #include "tools/der.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace tool::der {
 
@@ -56,6 +57,13 @@ std::span<const std::uint8_t> reader::number()
     return content.subspan(1);
 }
 
+bytes reader::positive()
+{
+    const auto digits = number();
+    if (digits.empty()) throw malformed{"a number of the key is 0"};
+    return {digits.begin(), digits.end()};
+}
+
 void reader::expect(tag expected, std::span<const std::uint8_t> content)
 {
     if (!std::ranges::equal(take(expected), content)) throw malformed{"a DER object has not the expected value"};
@@ -68,9 +76,27 @@ std::span<const std::uint8_t> reader::whole_bits()
     return content.subspan(1);
 }
 
+bool reader::has(tag tag) const
+{
+    return !rest_.empty() && rest_.front() == std::uint8_t(tag);
+}
+
+std::span<const std::uint8_t> reader::rest()
+{
+    return std::exchange(rest_, {});
+}
+
 void reader::finish() const
 {
     if (!rest_.empty()) throw malformed{"something follows where the DER encoding should end"};
+}
+
+reader only_sequence(std::span<const std::uint8_t> encoded)
+{
+    reader outer{encoded};
+    const reader fields = outer.sequence();
+    outer.finish();
+    return fields;
 }
 
 bytes object(tag tag, std::span<const std::uint8_t> content)

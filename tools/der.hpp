@@ -32,6 +32,8 @@ enum class tag : std::uint8_t {
     null = 0x05,
     object_identifier = 0x06,
     sequence = 0x30,
+    context_0 = 0xA0, // [0] and [1] of a format, with an object inside
+    context_1 = 0xA1,
 };
 
 // Objects one behind the other, read from the front. Everything throws malformed.
@@ -44,10 +46,16 @@ public:
     reader sequence();
     // An integer that is not negative: big-endian, no leading zeros, nothing for 0.
     std::span<const std::uint8_t> number();
+    // The same, and not 0. A copy.
+    bytes positive();
     // An object whose content must be exactly this.
     void expect(tag expected, std::span<const std::uint8_t> content);
     // A bit string of whole bytes, as its bytes.
     std::span<const std::uint8_t> whole_bits();
+    // Whether there is another object, and it has this tag.
+    bool has(tag tag) const;
+    // The objects that are left, encoded. The reader goes behind them.
+    std::span<const std::uint8_t> rest();
     // Nothing may be left.
     void finish() const;
 
@@ -57,6 +65,9 @@ private:
 
     std::span<const std::uint8_t> rest_;
 };
+
+// The content of the one sequence that is encoded.
+reader only_sequence(std::span<const std::uint8_t> encoded);
 
 bytes object(tag tag, std::span<const std::uint8_t> content);
 bytes sequence(std::initializer_list<bytes> objects);

@@ -4,7 +4,6 @@
 #include "tools/kcdsa_key.hpp"
 #include "tools/key_file.hpp"
 #include "tools/library.hpp"
-#include "tools/output_file.hpp"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -34,14 +33,6 @@ bool is_approved(std::size_t p_bits, std::size_t q_bits, const std::string& dige
     const std::string name = normalised(digest);
     const bool size = (p_bits == 2048 && (q_bits == 224 || q_bits == 256)) || (p_bits == 3072 && q_bits == 256);
     return size && (name == "sha224" || name == "sha256");
-}
-
-void save(const kcdsa_key& key, const std::string& name, readers readers)
-{
-    const std::string text = write_kcdsa_pem(key);
-    output_file output{name, readers};
-    output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    output.commit();
 }
 
 algorithm choose(std::size_t p_bits, std::size_t q_bits, const genkcdsa_options& options, const session& session)
@@ -80,15 +71,16 @@ void run(const genkcdsa_options& options, const session& session)
     }
     const domain domain =
         options.parameters.empty() ? generated_domain(options, session) : given_domain(options, session);
-    if (options.parameters_only) return save(stored_key(*domain.unit), plain(options.output), readers::usual);
+    if (options.parameters_only)
+        return save_key(write_kcdsa_pem(stored_key(*domain.unit)), plain(options.output), readers::usual);
 
     require(ZRC_Generate_KCDSA_Key_Pair_Ex(domain.unit.get(), nullptr, 0, domain.digest.id),
             "ZRC_Generate_KCDSA_Key_Pair_Ex");
     kcdsa_key key = stored_key(*domain.unit);
-    save(key, plain(options.output), readers::owner);
+    save_key(write_kcdsa_pem(key), plain(options.output), readers::owner);
     if (options.public_output.empty()) return;
     key.x.clear();
-    save(key, plain(options.public_output), readers::usual);
+    save_key(write_kcdsa_pem(key), plain(options.public_output), readers::usual);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 // kestrim genrsa: RSA keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/key_file.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
-#include "tools/output_file.hpp"
 #include "tools/rsa_key.hpp"
 
 #include <CLI/CLI.hpp>
@@ -47,13 +47,6 @@ number parse_exponent(const std::string& text)
     return exponent;
 }
 
-void save(const std::string& text, const std::string& name, readers readers)
-{
-    output_file output{name, readers};
-    output.write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    output.commit();
-}
-
 void run(const genrsa_options& options, const session& session)
 {
     const number exponent = parse_exponent(plain(options.exponent));
@@ -63,10 +56,10 @@ void run(const genrsa_options& options, const session& session)
             "ZRC_Generate_RSA_Params_Ex");
 
     const rsa_private_key key = generated_key(*unit);
-    const rsa_key_form form = options.pkcs1 ? rsa_key_form::pkcs1 : rsa_key_form::general;
-    save(write_rsa_private_key_pem(key, form), plain(options.output), readers::owner);
+    const key_form form = options.pkcs1 ? key_form::traditional : key_form::general;
+    save_key(write_rsa_private_key_pem(key, form), plain(options.output), readers::owner);
     if (options.public_output.empty()) return;
-    save(write_rsa_public_key_pem({key.n, key.e}, form), plain(options.public_output), readers::usual);
+    save_key(write_rsa_public_key_pem({key.n, key.e}, form), plain(options.public_output), readers::usual);
 }
 
 } // namespace

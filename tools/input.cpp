@@ -1,74 +1,55 @@
 #include "tools/input.hpp"
 
+#include "kestrim_crypto.h"
 #include "tools/progress.hpp"
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
 namespace tool {
 namespace {
 
-[[noreturn]] void fail(const std::string& name, int error)
-{
-    throw input_error{name + ": " + std::strerror(error)};
-}
-
-class input_file {
-public:
-    explicit input_file(const std::string& name) : name_{name}
-    {
-        descriptor_ = is_standard_input() ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-        if (descriptor_ < 0) fail(name_, errno);
-    }
-    input_file(const input_file&) = delete;
-    input_file& operator=(const input_file&) = delete;
-    ~input_file()
-    {
-        if (!is_standard_input()) ::close(descriptor_);
-    }
-
-    // The size of a regular file, else 0.
-    std::uint64_t size() const
-    {
-        struct stat info {};
-        return ::fstat(descriptor_, &info) == 0 && S_ISREG(info.st_mode) ? std::uint64_t(info.st_size) : 0;
-    }
-
-    bool is_terminal() const { return ::isatty(descriptor_) == 1; }
-
-    // Bytes read, 0 at the end.
-    std::size_t read(std::span<std::uint8_t> buffer)
-    {
-        for (;;) {
-            const ssize_t count = ::read(descriptor_, buffer.data(), buffer.size());
-            if (count >= 0) return std::size_t(count);
-            if (errno != EINTR) fail(name_, errno);
-        }
-    }
-
-private:
-    bool is_standard_input() const { return name_ == "-"; }
-
-    const std::string& name_;
-    int descriptor_;
+struct release {
+    void operator()(ZRC_STREAM* stream) const noexcept { ZRC_Free_STREAM(stream); }
 };
+
+// Where what is typed and the progress would mix.
+bool may_be_terminal(const std::string& name)
+{
+    std::error_code unknown;
+    return name == "-" ? ::isatty(STDIN_FILENO) == 1 : std::filesystem::is_character_file(name, unknown);
+}
 
 } // namespace
 
 void read_pieces(const std::string& name, const session& session, const piece_consumer& consume)
 {
-    input_file file{name};
-    const bool shown = !session.quiet && ::isatty(STDERR_FILENO) == 1 && !file.is_terminal();
-    progress progress{shown, file.size()};
+    const auto require = [&](std::uint32_t code) {
+        if (code != 0) throw input_error{name + ": " + std::strerror(errno)};
+    };
+
+    const std::unique_ptr<ZRC_STREAM, release> input{ZRC_New_STREAM()};
+    if (!input) throw std::bad_alloc{};
+    require(name == "-" ? ZRC_Open_Descriptor_STREAM(input.get(), STDIN_FILENO, ZRC_STREAM_READ)
+                        : ZRC_Open_File_STREAM(input.get(), name.c_str(), ZRC_STREAM_READ));
+    const bool shown = !session.quiet && ::isatty(STDERR_FILENO) == 1 && !may_be_terminal(name);
+    const std::int64_t size = ZRC_Get_STREAM_Length(input.get());
+    progress progress{shown, size > 0 ? std::uint64_t(size) : 0};
 
     std::vector<std::uint8_t> buffer(kPieceBytes);
-    while (const std::size_t count = file.read(buffer)) {
-        consume(std::span{buffer}.first(count));
-        progress.add(count);
+    for (;;) {
+        std::int32_t count = 0;
+        const std::uint32_t code = ZRC_Read_STREAM(input.get(), buffer.data(), kPieceBytes, &count);
+        if ((code & 0xFF) == ZRC_ERR_END_OF_STREAM) return;
+        require(code);
+        consume(std::span{buffer}.first(std::size_t(count)));
+        progress.add(std::size_t(count));
     }
 }
 

@@ -6,20 +6,6 @@
 #include <new>
 
 namespace tool {
-namespace {
-
-number optional_number(const bytes& digits)
-{
-    return digits.empty() ? nullptr : to_number(digits);
-}
-
-bytes optional_bytes(const ZRC_BIGINT* value)
-{
-    return value ? to_bytes(*value) : bytes{};
-}
-
-} // namespace
-
 kcdsa_unit new_kcdsa_unit()
 {
     kcdsa_unit unit{ZRC_New_KCDSA()};

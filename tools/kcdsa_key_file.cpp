@@ -25,17 +25,12 @@ kcdsa_key read_kcdsa_key(const pem_block& block)
     const auto form = std::ranges::find(kForms, block.label, &form::label);
     if (form == std::end(kForms)) throw malformed{"not a KCDSA key: the PEM block is called " + block.label};
 
-    der::reader outer{block.content};
-    der::reader fields = outer.sequence();
-    outer.finish();
+    der::reader fields = der::only_sequence(block.content);
     if (!fields.number().empty()) throw malformed{"the version of the key's format is not 0"};
     kcdsa_key key;
     bytes* const numbers[] = {&key.p, &key.q, &key.g, &key.y, &key.x};
-    for (bytes* number : std::span{numbers}.first(form->numbers)) {
-        const auto digits = fields.number();
-        if (digits.empty()) throw malformed{"a number of the key is 0"};
-        number->assign(digits.begin(), digits.end());
-    }
+    for (bytes* number : std::span{numbers}.first(form->numbers))
+        *number = fields.positive();
     fields.finish();
     return key;
 }

@@ -28,6 +28,16 @@ pem_block block_of(const std::string& name, const session& session)
 
 key_file::key_file(const std::string& name, const session& session) : name_{name}, block_{block_of(name, session)} {}
 
+key_kind key_file::kind() const
+{
+    return reading(name_, [&] {
+        if (is_kcdsa(block_)) return key_kind::kcdsa;
+        if (is_dsa(block_)) return key_kind::dsa;
+        if (is_dh(block_)) return key_kind::dh;
+        return is_ec(block_) ? key_kind::ec : key_kind::rsa;
+    });
+}
+
 rsa_private_key key_file::rsa_private() const
 {
     return reading(name_, [&] { return read_rsa_private_key(block_); });
@@ -57,9 +67,66 @@ kcdsa_key key_file::kcdsa_public() const
     return key;
 }
 
+dsa_key key_file::dsa_parameters() const
+{
+    return reading(name_, [&] { return read_dsa_key(block_); });
+}
+
+dsa_key key_file::dsa_private() const
+{
+    dsa_key key = dsa_parameters();
+    if (key.x.empty()) fail("not a private key");
+    return key;
+}
+
+dsa_key key_file::dsa_public() const
+{
+    dsa_key key = dsa_parameters();
+    if (key.x.empty() && key.y.empty()) fail("domain parameters, without a key");
+    return key;
+}
+
+dh_key key_file::dh_parameters() const
+{
+    return reading(name_, [&] { return read_dh_key(block_); });
+}
+
+dh_key key_file::dh_private() const
+{
+    dh_key key = dh_parameters();
+    if (key.x.empty()) fail("not a private key");
+    return key;
+}
+
+dh_key key_file::dh_public() const
+{
+    dh_key key = dh_parameters();
+    if (key.x.empty() && key.y.empty()) fail("domain parameters, without a key");
+    return key;
+}
+
+ec_key key_file::ec() const
+{
+    return reading(name_, [&] { return read_ec_key(block_); });
+}
+
+ec_key key_file::ec_private() const
+{
+    ec_key key = ec();
+    if (key.d.empty()) fail("not a private key");
+    return key;
+}
+
 void key_file::fail(const std::string& reason) const
 {
     throw failure{kFailed, name_ + ": " + reason};
+}
+
+void save_key(const std::string& pem, const std::string& name, readers readers)
+{
+    output_file output{name, readers};
+    output.write({reinterpret_cast<const std::uint8_t*>(pem.data()), pem.size()});
+    output.commit();
 }
 
 std::size_t bits(std::span<const std::uint8_t> number)

@@ -10,9 +10,10 @@
 namespace {
 
 constexpr void (*kCommands[])(CLI::App&, tool::session&) = {
-    tool::add_dgst,     tool::add_mac,      tool::add_enc,   tool::add_rand,    tool::add_prime,  tool::add_calc,
-    tool::add_genrsa,   tool::add_genkcdsa, tool::add_sign,  tool::add_verify,  tool::add_rsaenc, tool::add_rsadec,
-    tool::add_selftest, tool::add_error,    tool::add_speed, tool::add_version,
+    tool::add_dgst,   tool::add_mac,      tool::add_enc,     tool::add_rand,    tool::add_prime, tool::add_calc,
+    tool::add_genrsa, tool::add_genkcdsa, tool::add_gendsa,  tool::add_genec,   tool::add_sign,  tool::add_verify,
+    tool::add_rsaenc, tool::add_rsadec,   tool::add_gendh,   tool::add_dhparam, tool::add_dh,    tool::add_selftest,
+    tool::add_error,  tool::add_speed,    tool::add_version,
 };
 
 constexpr const char* kNotes =
@@ -41,7 +42,8 @@ tool::exit_status run(std::span<char*> arguments)
     tool::session session;
     session.arguments = arguments;
 
-    CLI::App app{"Digests, MACs, ciphers, signatures, random and big numbers with Kestrim Crypto for C", "kestrim"};
+    CLI::App app{"Digests, MACs, ciphers, signatures, key agreement, random and big numbers with Kestrim Crypto for C",
+                 "kestrim"};
     app.set_version_flag("--version", "kestrim " KESTRIM_TOOL_VERSION);
     app.footer(kNotes);
     app.require_subcommand(1);

@@ -61,6 +61,23 @@ std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value)
     return bytes;
 }
 
+number optional_number(std::span<const std::uint8_t> big_endian)
+{
+    return big_endian.empty() ? nullptr : to_number(big_endian);
+}
+
+std::vector<std::uint8_t> optional_bytes(const ZRC_BIGINT* value)
+{
+    return value ? to_bytes(*value) : std::vector<std::uint8_t>{};
+}
+
+std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value, std::size_t size)
+{
+    std::vector<std::uint8_t> bytes = to_bytes(value);
+    bytes.insert(bytes.begin(), size - bytes.size(), 0);
+    return bytes;
+}
+
 std::string to_text(const ZRC_BIGINT& value, bool decimal)
 {
     const std::unique_ptr<char, release_text> text{

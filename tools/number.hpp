@@ -3,6 +3,7 @@
 
 #include "kestrim_crypto.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -31,6 +32,13 @@ number parse_number(std::string_view word);
 // From and to big-endian bytes, as few as needed, so none for 0.
 number to_number(std::span<const std::uint8_t> big_endian);
 std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value);
+
+// The same of a number that may be absent: nothing stands for null.
+number optional_number(std::span<const std::uint8_t> big_endian);
+std::vector<std::uint8_t> optional_bytes(const ZRC_BIGINT* value);
+
+// As many bytes, zeros in front. The value fits.
+std::vector<std::uint8_t> to_bytes(const ZRC_BIGINT& value, std::size_t size);
 
 // Lower-case hexadecimal without leading zeros, or decimal digits.
 std::string to_text(const ZRC_BIGINT& value, bool decimal);

@@ -8,86 +8,41 @@ namespace {
 using der::reader;
 using der::tag;
 
-constexpr std::string_view kPkcs1Private = "RSA PRIVATE KEY";
-constexpr std::string_view kPkcs1Public = "RSA PUBLIC KEY";
-constexpr std::string_view kGeneralPrivate = "PRIVATE KEY";
-constexpr std::string_view kGeneralPublic = "PUBLIC KEY";
+constexpr std::string_view kPkcs1Private = "RSA PRIVATE KEY", kPkcs1Public = "RSA PUBLIC KEY";
 
 // rsaEncryption, 1.2.840.113549.1.1.1 (RFC 8017, appendix A.1); its parameters are NULL.
 constexpr std::uint8_t kRsaEncryption[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
 
-bytes algorithm_identifier()
+// What the envelope is of.
+std::span<const std::uint8_t> key_in(const key_envelope& envelope)
 {
-    return der::sequence({der::object(tag::object_identifier, kRsaEncryption), der::object(tag::null, {})});
-}
-
-void expect_algorithm_identifier(reader& from)
-{
-    reader identifier = from.sequence();
-    if (!std::ranges::equal(identifier.take(tag::object_identifier), kRsaEncryption)) throw malformed{"not an RSA key"};
-    identifier.expect(tag::null, {});
-    identifier.finish();
-}
-
-// Version 1 is PKCS #1's for more than two primes, and that of RFC 5958, which adds the public key, for PKCS #8.
-void expect_version_0(reader& from)
-{
-    if (!from.number().empty()) throw malformed{"the version of the key's format is not 0"};
-}
-
-bytes positive(reader& from)
-{
-    const auto number = from.number();
-    if (number.empty()) throw malformed{"a number of the key is 0"};
-    return {number.begin(), number.end()};
+    if (!std::ranges::equal(envelope.algorithm, kRsaEncryption)) throw malformed{"not an RSA key"};
+    reader parameters{envelope.parameters};
+    parameters.expect(tag::null, {});
+    parameters.finish();
+    return envelope.key;
 }
 
 rsa_private_key parse_pkcs1_private(std::span<const std::uint8_t> encoded)
 {
-    reader outer{encoded};
-    reader fields = outer.sequence();
-    outer.finish();
-    expect_version_0(fields);
+    reader fields = der::only_sequence(encoded);
+    // Version 1 is for more than two primes.
+    if (!fields.number().empty()) throw malformed{"the version of the key's format is not 0"};
     rsa_private_key key;
     for (bytes* number : {&key.n, &key.e, &key.d, &key.p, &key.q, &key.dP, &key.dQ, &key.qInv})
-        *number = positive(fields);
+        *number = fields.positive();
     fields.finish();
     return key;
 }
 
 rsa_public_key parse_pkcs1_public(std::span<const std::uint8_t> encoded)
 {
-    reader outer{encoded};
-    reader fields = outer.sequence();
-    outer.finish();
+    reader fields = der::only_sequence(encoded);
     rsa_public_key key;
-    key.n = positive(fields);
-    key.e = positive(fields);
+    key.n = fields.positive();
+    key.e = fields.positive();
     fields.finish();
     return key;
-}
-
-rsa_private_key parse_pkcs8(std::span<const std::uint8_t> encoded)
-{
-    reader outer{encoded};
-    reader fields = outer.sequence();
-    outer.finish();
-    expect_version_0(fields);
-    expect_algorithm_identifier(fields);
-    const auto key = fields.take(tag::octet_string);
-    fields.finish();
-    return parse_pkcs1_private(key);
-}
-
-rsa_public_key parse_public_key_info(std::span<const std::uint8_t> encoded)
-{
-    reader outer{encoded};
-    reader fields = outer.sequence();
-    outer.finish();
-    expect_algorithm_identifier(fields);
-    const auto key = fields.whole_bits();
-    fields.finish();
-    return parse_pkcs1_public(key);
 }
 
 bytes pkcs1_private(const rsa_private_key& key)
@@ -107,15 +62,20 @@ bytes pkcs1_public(const rsa_public_key& key)
 rsa_private_key read_rsa_private_key(const pem_block& block)
 {
     if (block.label == kPkcs1Private) return parse_pkcs1_private(block.content);
-    if (block.label == kGeneralPrivate) return parse_pkcs8(block.content);
+    if (is_envelope(block)) {
+        const key_envelope envelope = read_envelope(block);
+        if (envelope.is_private) return parse_pkcs1_private(key_in(envelope));
+    }
     throw malformed{"not a private RSA key: the PEM block is called " + block.label};
 }
 
 rsa_public_key read_rsa_public_key(const pem_block& block)
 {
     if (block.label == kPkcs1Public) return parse_pkcs1_public(block.content);
-    if (block.label == kGeneralPublic) return parse_public_key_info(block.content);
-    if (block.label != kPkcs1Private && block.label != kGeneralPrivate) {
+    if (is_envelope(block)) {
+        const key_envelope envelope = read_envelope(block);
+        if (!envelope.is_private) return parse_pkcs1_public(key_in(envelope));
+    } else if (block.label != kPkcs1Private) {
         throw malformed{"not an RSA key: the PEM block is called " + block.label};
     }
     const rsa_private_key key = read_rsa_private_key(block);
@@ -132,19 +92,18 @@ rsa_public_key read_rsa_public_key(std::string_view pem)
     return read_rsa_public_key(read_pem(pem));
 }
 
-std::string write_rsa_private_key_pem(const rsa_private_key& key, rsa_key_form form)
+std::string write_rsa_private_key_pem(const rsa_private_key& key, key_form form)
 {
     const bytes encoded = pkcs1_private(key);
-    if (form == rsa_key_form::pkcs1) return write_pem(kPkcs1Private, encoded);
-    return write_pem(kGeneralPrivate,
-                     der::sequence({der::number({}), algorithm_identifier(), der::object(tag::octet_string, encoded)}));
+    if (form == key_form::traditional) return write_pem(kPkcs1Private, encoded);
+    return write_private_envelope(kRsaEncryption, der::object(tag::null, {}), encoded);
 }
 
-std::string write_rsa_public_key_pem(const rsa_public_key& key, rsa_key_form form)
+std::string write_rsa_public_key_pem(const rsa_public_key& key, key_form form)
 {
     const bytes encoded = pkcs1_public(key);
-    if (form == rsa_key_form::pkcs1) return write_pem(kPkcs1Public, encoded);
-    return write_pem(kGeneralPublic, der::sequence({algorithm_identifier(), der::whole_bits(encoded)}));
+    if (form == key_form::traditional) return write_pem(kPkcs1Public, encoded);
+    return write_public_envelope(kRsaEncryption, der::object(tag::null, {}), encoded);
 }
 
 } // namespace tool

@@ -2,7 +2,7 @@
 // SubjectPublicKeyInfo (RFC 5280, 4.1) in PEM.
 #pragma once
 
-#include "tools/pem.hpp"
+#include "tools/key_envelope.hpp"
 
 #include <string>
 #include <string_view>
@@ -27,12 +27,7 @@ struct rsa_private_key {
     bytes qInv; // q^-1 mod p
 };
 
-enum class rsa_key_form {
-    pkcs1,   // "RSA PRIVATE KEY", "RSA PUBLIC KEY"
-    general, // "PRIVATE KEY" of PKCS #8, "PUBLIC KEY" of SubjectPublicKeyInfo
-};
-
-// Both forms. A private key also serves as the public one. Encrypted keys, keys of more than two primes and PKCS #8
+// Both forms; PKCS #1 is the traditional one, "RSA PRIVATE KEY" and "RSA PUBLIC KEY". A private key also serves as the public one. Encrypted keys, keys of more than two primes and PKCS #8
 // files with attributes are refused. Throw malformed.
 rsa_private_key read_rsa_private_key(std::string_view pem);
 rsa_public_key read_rsa_public_key(std::string_view pem);
@@ -41,7 +36,7 @@ rsa_public_key read_rsa_public_key(std::string_view pem);
 rsa_private_key read_rsa_private_key(const pem_block& block);
 rsa_public_key read_rsa_public_key(const pem_block& block);
 
-std::string write_rsa_private_key_pem(const rsa_private_key& key, rsa_key_form form = rsa_key_form::general);
-std::string write_rsa_public_key_pem(const rsa_public_key& key, rsa_key_form form = rsa_key_form::general);
+std::string write_rsa_private_key_pem(const rsa_private_key& key, key_form form = key_form::general);
+std::string write_rsa_public_key_pem(const rsa_public_key& key, key_form form = key_form::general);
 
 } // namespace tool

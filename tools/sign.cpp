@@ -1,4 +1,4 @@
-// kestrim sign and kestrim verify: signatures of files with RSA and KCDSA keys.
+// kestrim sign and kestrim verify: signatures of files with RSA, KCDSA, DSA and elliptic-curve keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/input.hpp"
@@ -14,13 +14,13 @@ namespace tool {
 namespace {
 
 constexpr const char* kNotes =
-    "KEY is a PEM file without passphrase: PKCS #8, PKCS #1 or SubjectPublicKeyInfo for RSA, the form of kestrim\n"
-    "genkcdsa for KCDSA. A private key also verifies.\n"
+    "KEY is a PEM file without passphrase: PKCS #8, SubjectPublicKeyInfo or the older form of the algorithm, as\n"
+    "for RSA PKCS #1; for KCDSA the form of kestrim genkcdsa. A private key also verifies.\n"
     "\n"
     "An RSA signature is as long as the modulus. With PSS, MGF1 uses the digest of the message. With --pkcs1, SHA-1,\n"
     "SHA-256 and MD5 have the identifiers of RFC 8017; SHA-384 and SHA-512 have that of SHA-256, which other programs\n"
     "refuse, and other digests have none and are refused here. A KCDSA signature is R, as long as the digest, and S\n"
-    "behind it, as long as q.\n"
+    "behind it, as long as q. One of DSA and ECDSA is the DER encoding of SEQUENCE { r INTEGER, s INTEGER }.\n"
     "\n"
     "Proven mode has PSS and KCDSA with sha224 and sha256, and keys of 2048 bits or more.";
 

@@ -4,6 +4,7 @@
 #include "tools/kcdsa_key.hpp"
 #include "tools/library.hpp"
 #include "tools/output.hpp"
+#include "tools/pair_signature.hpp"
 #include "tools/rsa_key.hpp"
 
 #include <algorithm>
@@ -150,24 +151,64 @@ algorithm choose_rsa(std::size_t modulus_bits, const signature_options& options,
     return choose_algorithm(options.digest, rsa_name(modulus_bits, options), approved, session);
 }
 
+void forbid_rsa_options(const signature_options& options)
+{
+    if (options.pkcs1 || options.salt != 0) throw failure{kUsage, "--pkcs1 and --salt are for RSA keys"};
+}
+
 algorithm choose_kcdsa(const kcdsa_key& key, bool approved_size, const signature_options& options,
                        const session& session)
 {
-    if (options.pkcs1 || options.salt != 0) throw failure{kUsage, "--pkcs1 and --salt are for RSA keys"};
+    forbid_rsa_options(options);
     const std::string name = "kcdsa-" + std::to_string(bits(key.p)) + "-" + std::to_string(bits(key.q));
     const bool approved = approved_size && is_approved_for_signatures(options.digest);
     return choose_algorithm(options.digest, name + " " + options.digest, approved, session);
 }
+
+std::unique_ptr<signature_scheme> new_scheme(const dsa_key& key, std::uint32_t operation,
+                                             const signature_options& options, const session& session)
+{
+    forbid_rsa_options(options);
+    const std::string name = "dsa-" + std::to_string(bits(key.p)) + "-" + std::to_string(bits(key.q));
+    const algorithm digest = choose_algorithm(options.digest, name + " " + options.digest, false, session);
+    return new_dsa_scheme(load(key), digest.id, operation);
+}
+
+std::unique_ptr<signature_scheme> new_scheme(const ec_key& key, std::uint32_t operation,
+                                             const signature_options& options, const session& session)
+{
+    forbid_rsa_options(options);
+    const std::string name = "ecdsa " + std::string{key.curve->name};
+    const algorithm digest = choose_algorithm(options.digest, name + " " + options.digest, false, session);
+    return new_ecdsa_scheme(load(key), digest.id, operation);
+}
+
+std::unique_ptr<signature_scheme> new_scheme(const kcdsa_key& key, std::uint32_t operation,
+                                             const signature_options& options, const session& session)
+{
+    const bool approved_size = operation == kSign ? bits(key.x) >= kApprovedX : bits(key.y) >= kApprovedY;
+    const algorithm digest = choose_kcdsa(key, approved_size, options, session);
+    return std::make_unique<kcdsa_scheme>(load(key), digest, operation);
+}
+
+constexpr const char* kNoSignatures = "a Diffie-Hellman key, which signs nothing";
 
 } // namespace
 
 std::unique_ptr<signature_scheme> new_signing(const key_file& file, const signature_options& options,
                                               const session& session)
 {
-    if (file.is_kcdsa()) {
-        const kcdsa_key key = file.kcdsa_private();
-        const algorithm digest = choose_kcdsa(key, bits(key.x) >= kApprovedX, options, session);
-        return std::make_unique<kcdsa_scheme>(load(key), digest, kSign);
+    switch (file.kind()) {
+    case key_kind::kcdsa:
+        return new_scheme(file.kcdsa_private(), kSign, options, session);
+    case key_kind::dsa:
+        return new_scheme(file.dsa_private(), kSign, options, session);
+    case key_kind::ec:
+        return new_scheme(file.ec_private(), kSign, options, session);
+    case key_kind::dh:
+        file.fail(kNoSignatures);
+    case key_kind::rsa:
+        break;
     }
     const rsa_private_key key = file.rsa_private();
     const algorithm digest = choose_rsa(bits(key.n), options, session);
@@ -178,11 +219,20 @@ std::unique_ptr<signature_scheme> new_signing(const key_file& file, const signat
 std::unique_ptr<signature_scheme> new_verification(const key_file& file, const signature_options& options,
                                                    const session& session)
 {
-    if (file.is_kcdsa()) {
+    switch (file.kind()) {
+    case key_kind::kcdsa: {
         kcdsa_key key = file.kcdsa_public();
         key.x.clear();
-        const algorithm digest = choose_kcdsa(key, bits(key.y) >= kApprovedY, options, session);
-        return std::make_unique<kcdsa_scheme>(load(key), digest, kVerify);
+        return new_scheme(key, kVerify, options, session);
+    }
+    case key_kind::dsa:
+        return new_scheme(file.dsa_public(), kVerify, options, session);
+    case key_kind::ec:
+        return new_scheme(file.ec(), kVerify, options, session);
+    case key_kind::dh:
+        file.fail(kNoSignatures);
+    case key_kind::rsa:
+        break;
     }
     const rsa_public_key key = file.rsa_public();
     const algorithm digest = choose_rsa(bits(key.n), options, session);
