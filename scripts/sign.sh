@@ -33,7 +33,8 @@ sign_with_openssl()
     local modulus
     command -v openssl >/dev/null || die "neither kestrim_sign nor openssl is here; build the target kestrim_sign"
     work=$(mktemp -d)
-    trap 'rm -rf "$work" "$library.signed"' EXIT
+    signed=''
+    trap 'rm -rf "$work" "$signed"' EXIT
 
     openssl pkey -in "$key" -pubout -out "$work/public"
     openssl rsa -pubin -in "$work/public" -noout -text 2>/dev/null | grep -q 'Exponent: 65537 ' || die "$key: the exponent is not 65537"
@@ -49,9 +50,10 @@ sign_with_openssl()
     fi
     openssl dgst "${kPss[@]}" -sign "$key" -out "$work/signature" "$library"
     verifies "$library" "$work/signature" || die "the signature does not verify"
-    cp -p "$library" "$library.signed"
-    cat "$work/signature" >>"$library.signed"
-    mv "$library.signed" "$library"
+    signed=$(mktemp "$library.XXXXXX") # in the same folder, so that it takes the library's place in one step
+    cp -p "$library" "$signed"
+    cat "$work/signature" >>"$signed"
+    mv "$signed" "$library"
 }
 
 key='' library='' signer=$(find_signer)
@@ -67,6 +69,7 @@ done
 [[ -n $key && -n $library ]] || usage
 [[ -r $key ]] || die "$key cannot be read"
 [[ -f $library ]] || die "$library is not there"
+library=$(readlink -f -- "$library") # a link stays one
 
 if [[ -n $signer ]]; then
     "$signer" sign "$key" "$library"

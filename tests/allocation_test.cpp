@@ -2,30 +2,18 @@
 #include "kestrim_crypto.h"
 #include "tests/allocator.hpp"
 
-#include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace {
 
-using test::codes_with_failing_allocations;
+using test::distinct_codes;
 
 std::uint8_t seeded[1];
 const std::uint8_t kBytes[160] = {0xC1, 2, 3, 4, 5};
-
-// What the operation answers until it works, without repetitions.
-std::vector<std::uint32_t> distinct_codes(const std::function<std::uint32_t()>& operation)
-{
-    auto codes = codes_with_failing_allocations(operation);
-    codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
-    return codes;
-}
 
 using codes = std::vector<std::uint32_t>;
 

@@ -1,5 +1,6 @@
 #include "tests/allocator.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 namespace test {
@@ -53,6 +54,13 @@ std::vector<std::uint32_t> codes_with_failing_allocations(const std::function<st
     return codes;
 }
 
+std::vector<std::uint32_t> distinct_codes(const std::function<std::uint32_t()>& operation)
+{
+    std::vector<std::uint32_t> codes = codes_with_failing_allocations(operation);
+    codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
+    return codes;
+}
+
 } // namespace test
 
 using namespace test;
@@ -85,11 +93,7 @@ void __wrap_free(void* block)
 {
     if (tracking && live->count(block) != 0) {
         const auto* bytes = static_cast<const std::uint8_t*>(block);
-        for (std::size_t i = 0; i < (*live)[block]; ++i) {
-            if (bytes[i] == 0) continue;
-            ++dirty_releases;
-            break;
-        }
+        dirty_releases += std::any_of(bytes, bytes + (*live)[block], [](std::uint8_t byte) { return byte != 0; });
         tracking = false;
         live->erase(block);
         tracking = true;

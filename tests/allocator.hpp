@@ -1,5 +1,6 @@
-// The allocator between the library's objects and the tests: the linker puts it in place of libc's (--wrap). It fails on
-// request, fills new memory with what a program may find there, and looks whether memory is clean when it is released.
+// The allocator between the library's objects and the tests: the linker puts it in place of libc's (--wrap). It fails
+// on request, fills new memory with what a program may find there, and looks whether memory is clean when it is
+// released.
 #pragma once
 
 #include <cstddef>
@@ -30,5 +31,8 @@ private:
 
 // The code of `operation` for each number of allocations that succeed, until it succeeds itself.
 std::vector<std::uint32_t> codes_with_failing_allocations(const std::function<std::uint32_t()>& operation);
+
+// The same without repetitions.
+std::vector<std::uint32_t> distinct_codes(const std::function<std::uint32_t()>& operation);
 
 } // namespace test

@@ -1,36 +1,27 @@
 // Memory, locks, diagnostic helpers and the version.
 #include "kestrim_crypto.h"
+#include "tests/support.hpp"
+#include "tests/vector_file.hpp"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <memory>
-#include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
-using bytes = std::vector<std::uint8_t>;
+using test::bytes;
 
-struct freer {
-    void operator()(void* block) const { ZRC_Free(block); }
-};
 template <class T>
-using block_ptr = std::unique_ptr<T, freer>;
+using block_ptr = test::owned<T, ZRC_Free>;
 
 bytes counting(std::size_t size)
 {
@@ -47,10 +38,13 @@ TEST(Memory, CallocClearsAndRefusesAProductThatDoesNotFit)
     for (int round = 0; round < 8; ++round) { // blocks that come back from the allocator are used ones
         const block_ptr<std::uint8_t> block{static_cast<std::uint8_t*>(ZRC_Calloc(33, 7))};
         ASSERT_NE(block, nullptr);
-        EXPECT_EQ(std::count(block.get(), block.get() + 231, 0), 231);
-        std::memset(block.get(), 0xA5, 231);
+        EXPECT_EQ(std::count(block + 0, block + 231, 0), 231);
+        std::memset(block, 0xA5, 231);
     }
     EXPECT_EQ(ZRC_Calloc(0xFFFFFFFF, 0xFFFFFFFF), nullptr);
+    ZRC_Free_Ex(nullptr, 0);
+    ZRC_Free_Ex(nullptr, 0xFFFFFFFF);
+    ZRC_Free(nullptr);
 }
 
 TEST(Memory, ReallocKeepsTheBytesAndTakesNull)
@@ -92,13 +86,6 @@ TEST(Memory, FreeExLeavesNoTrace)
     ZRC_Free_Ex(block, kWatched - kTail);
     if (!memory_holds(address, kept)) GTEST_SKIP() << "released memory cannot be looked at here";
     EXPECT_FALSE(memory_holds(address, wiped));
-}
-
-TEST(Memory, FreeExOfNullDoesNothingWhateverTheSize)
-{
-    ZRC_Free_Ex(nullptr, 0);
-    ZRC_Free_Ex(nullptr, 0xFFFFFFFF);
-    ZRC_Free(nullptr);
 }
 
 // Locks
@@ -175,14 +162,11 @@ TEST(Lock, EveryRefusalOfTheSystemHasTheReasonOfLocking)
 
 std::string hex_pairs(const bytes& data)
 {
-    std::string text;
-    for (const std::uint8_t byte : data) {
-        char pair[4];
-        std::snprintf(pair, sizeof pair, "%02X:", byte);
-        text += pair;
-    }
-    if (!text.empty()) text.pop_back();
-    return text;
+    std::string text = test::hex(data), pairs;
+    std::ranges::transform(text, text.begin(), [](char digit) { return digit >= 'a' ? char(digit - 32) : digit; });
+    for (std::size_t i = 0; i < text.size(); i += 2)
+        pairs += (i == 0 ? "" : ":") + text.substr(i, 2);
+    return pairs;
 }
 
 struct hex_printer {
@@ -195,27 +179,22 @@ constexpr hex_printer kPrinters[] = {{zrc_Print_HEX_No_Nl, ""}, {zrc_Print_HEX, 
 const std::vector<bytes> kDumped = {{0x01, 0xAB},  {0x00},        {0xFF},        counting(256),
                                     counting(511), counting(512), counting(513), counting(100003)};
 
-TEST(Hex, PrintsMixWithTheCallersOutput)
-{
-    for (const hex_printer& printer : kPrinters) {
-        for (const bytes& data : kDumped) {
-            testing::internal::CaptureStdout();
-            std::printf("before ");
-            printer.print(data.data(), std::int32_t(data.size()));
-            std::printf(" after");
-            const std::string printed = testing::internal::GetCapturedStdout();
-            EXPECT_EQ(printed, "before " + hex_pairs(data) + printer.end + " after");
-        }
-    }
-}
-
-TEST(Hex, DumpIsAStringInThreeBytesForEach)
+TEST(Hex, PrintsMixWithTheCallersOutputAndDumpsAreStringsInThreeBytesForEach)
 {
     for (const bytes& data : kDumped) {
-        const block_ptr<char> text{zrc_Dump_HEX(data.data(), std::int32_t(data.size()))};
+        const std::string pairs = hex_pairs(data);
+        const auto length = std::int32_t(data.size());
+        for (const hex_printer& printer : kPrinters) {
+            testing::internal::CaptureStdout();
+            std::printf("before ");
+            printer.print(data.data(), length);
+            std::printf(" after");
+            EXPECT_EQ(testing::internal::GetCapturedStdout(), "before " + pairs + printer.end + " after");
+        }
+        const block_ptr<char> text{zrc_Dump_HEX(data.data(), length)};
         ASSERT_NE(text, nullptr);
         EXPECT_EQ(text.get()[3 * data.size() - 1], '\0');
-        EXPECT_EQ(text.get(), hex_pairs(data));
+        EXPECT_EQ(text.get(), pairs);
     }
 }
 

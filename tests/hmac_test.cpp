@@ -1,35 +1,28 @@
 // The HMAC unit over every digest: published vectors, messages under one key, and every code of the header.
 #include "kestrim_crypto.h"
+#include "tests/support.hpp"
 #include "tests/vector_file.hpp"
 
 #include <cstring>
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace {
 
 using test::bytes;
 using test::hex;
 
-struct freer {
-    void operator()(ZRC_HMAC_UNIT* unit) const { ZRC_Free_HMAC_Unit(unit); }
-};
-using unit_ptr = std::unique_ptr<ZRC_HMAC_UNIT, freer>;
+using unit_ptr = test::owned<ZRC_HMAC_UNIT, ZRC_Free_HMAC_Unit>;
 
-struct mac_case {
-    std::int32_t id;
-    const char* section;
-};
-constexpr mac_case kMacs[] = {{ZRC_SHA1, "HMAC SHA-1"},     {ZRC_SHA224, "HMAC SHA-224"}, {ZRC_SHA256, "HMAC SHA-256"},
-                              {ZRC_SHA384, "HMAC SHA-384"}, {ZRC_SHA512, "HMAC SHA-512"}, {ZRC_MD5, "HMAC MD5"},
-                              {ZRC_HAS160, "HMAC HAS-160"}, {ZRC_MDC2, "HMAC MDC-2"}};
+constexpr std::pair<std::int32_t, const char*> kMacs[] = {{ZRC_SHA1, "HMAC SHA-1"},     {ZRC_SHA224, "HMAC SHA-224"},
+                                                          {ZRC_SHA256, "HMAC SHA-256"}, {ZRC_SHA384, "HMAC SHA-384"},
+                                                          {ZRC_SHA512, "HMAC SHA-512"}, {ZRC_MD5, "HMAC MD5"},
+                                                          {ZRC_HAS160, "HMAC HAS-160"}, {ZRC_MDC2, "HMAC MDC-2"}};
 const bytes kKey{'k', 'e', 'y'};
 const bytes kMessage{'m', 'e', 's', 's', 'a', 'g', 'e'};
 
 std::uint32_t init(const unit_ptr& unit, std::int32_t id, const bytes& key)
 {
     const std::uint8_t nothing = 0;
-    return ZRC_Init_HMAC(unit.get(), id, key.empty() ? &nothing : key.data(), std::int32_t(key.size()));
+    return ZRC_Init_HMAC(unit, id, key.empty() ? &nothing : key.data(), std::int32_t(key.size()));
 }
 
 unit_ptr keyed(std::int32_t id)
@@ -41,14 +34,14 @@ unit_ptr keyed(std::int32_t id)
 
 std::uint32_t update(const unit_ptr& unit, std::span<const std::uint8_t> data)
 {
-    return ZRC_Update_HMAC(unit.get(), data.data(), std::int32_t(data.size()));
+    return ZRC_Update_HMAC(unit, data.data(), std::int32_t(data.size()));
 }
 
 std::string finish(const unit_ptr& unit)
 {
     bytes mac(64);
     std::int32_t length = -1;
-    EXPECT_EQ(ZRC_Final_HMAC(unit.get(), mac.data(), &length), 0U);
+    EXPECT_EQ(ZRC_Final_HMAC(unit, mac.data(), &length), 0U);
     mac.resize(std::size_t(length));
     return hex(mac);
 }
@@ -97,7 +90,7 @@ TEST(Hmac, LifeOfAUnit)
     EXPECT_EQ(unit->key_length, 3);
     EXPECT_EQ(update(unit, kMessage), 0U);
     EXPECT_EQ(unit->status, 2);
-    EXPECT_EQ(ZRC_Final_HMAC(unit.get(), nullptr, nullptr), 0x0F030018U); // and the message is still there
+    EXPECT_EQ(ZRC_Final_HMAC(unit, nullptr, nullptr), 0x0F030018U); // and the message is still there
     EXPECT_EQ(finish(unit), expected);
     EXPECT_EQ(unit->status, 3);
 
@@ -111,14 +104,14 @@ TEST(Hmac, LifeOfAUnit)
     EXPECT_EQ(finish(unit), hex(digest));
 
     // A refused Update after a Final has already gone back to the inner state.
-    EXPECT_EQ(ZRC_Update_HMAC(unit.get(), nullptr, 5), 0x0F02005BU);
+    EXPECT_EQ(ZRC_Update_HMAC(unit, nullptr, 5), 0x0F02005BU);
     EXPECT_EQ(unit->status, 1);
     EXPECT_EQ(update(unit, kMessage), 0U);
     EXPECT_EQ(finish(unit), expected);
 
     for (int twice = 0; twice < 2; ++twice) {
-        ZRC_Clean_HMAC_Unit(unit.get());
-        EXPECT_EQ(std::memcmp(unit.get(), &kFresh, sizeof kFresh), 0);
+        ZRC_Clean_HMAC_Unit(unit);
+        EXPECT_EQ(std::memcmp(unit, &kFresh, sizeof kFresh), 0);
     }
 }
 
@@ -129,36 +122,31 @@ TEST(Hmac, Codes)
     const std::uint8_t* const data = kMessage.data();
     std::uint8_t output[64] = {0xEE};
     std::int32_t length = 77;
-    const struct {
-        const char* what;
-        std::uint32_t code, expected;
-    } cases[] = {
+    test::expect_codes({
         {"init null unit", ZRC_Init_HMAC(nullptr, ZRC_SHA256, key, 3), 0x0F010049},
-        {"init null key", ZRC_Init_HMAC(failed.get(), ZRC_SHA256, nullptr, 3), 0x0F010049},
-        {"init null key, length 0", ZRC_Init_HMAC(failed.get(), ZRC_SHA256, nullptr, 0), 0x0F010049},
-        {"init unknown digest", ZRC_Init_HMAC(failed.get(), 0x05000600, key, 3), 0x0F010022},
-        {"init HMAC identifier", ZRC_Init_HMAC(failed.get(), ZRC_HMAC_SHA256, key, 3), 0x0F010022},
-        {"update after a failed init", ZRC_Update_HMAC(failed.get(), data, 7), 0x0F02005B},
-        {"final after a failed init", ZRC_Final_HMAC(failed.get(), output, &length), 0x0F030018},
-        {"init key length -1", ZRC_Init_HMAC(failed.get(), ZRC_SHA256, key, -1), 0x0F010059},
+        {"init null key", ZRC_Init_HMAC(failed, ZRC_SHA256, nullptr, 3), 0x0F010049},
+        {"init null key, length 0", ZRC_Init_HMAC(failed, ZRC_SHA256, nullptr, 0), 0x0F010049},
+        {"init unknown digest", ZRC_Init_HMAC(failed, 0x05000600, key, 3), 0x0F010022},
+        {"init HMAC identifier", ZRC_Init_HMAC(failed, ZRC_HMAC_SHA256, key, 3), 0x0F010022},
+        {"update after a failed init", ZRC_Update_HMAC(failed, data, 7), 0x0F02005B},
+        {"final after a failed init", ZRC_Final_HMAC(failed, output, &length), 0x0F030018},
+        {"init key length -1", ZRC_Init_HMAC(failed, ZRC_SHA256, key, -1), 0x0F010059},
         {"update null unit", ZRC_Update_HMAC(nullptr, data, 7), 0x0F020049},
-        {"update length 0", ZRC_Update_HMAC(good.get(), data, 0), 0x0F02002B},
-        {"update length -1", ZRC_Update_HMAC(good.get(), data, -1), 0x0F02002B},
-        {"update null data, length 0", ZRC_Update_HMAC(good.get(), nullptr, 0), 0x0F02002B},
-        {"update null data", ZRC_Update_HMAC(good.get(), nullptr, 7), 0x0F02005B},
-        {"update fresh", ZRC_Update_HMAC(fresh.get(), data, 7), 0x0F02005B},
+        {"update length 0", ZRC_Update_HMAC(good, data, 0), 0x0F02002B},
+        {"update length -1", ZRC_Update_HMAC(good, data, -1), 0x0F02002B},
+        {"update null data, length 0", ZRC_Update_HMAC(good, nullptr, 0), 0x0F02002B},
+        {"update null data", ZRC_Update_HMAC(good, nullptr, 7), 0x0F02005B},
+        {"update fresh", ZRC_Update_HMAC(fresh, data, 7), 0x0F02005B},
         {"final null unit", ZRC_Final_HMAC(nullptr, output, &length), 0x0F030049},
-        {"final fresh", ZRC_Final_HMAC(fresh.get(), output, &length), 0x0F030018},
-        {"final null output", ZRC_Final_HMAC(good.get(), nullptr, &length), 0x0F030018},
+        {"final fresh", ZRC_Final_HMAC(fresh, output, &length), 0x0F030018},
+        {"final null output", ZRC_Final_HMAC(good, nullptr, &length), 0x0F030018},
         {"one-shot null key", ZRC_HMAC(ZRC_SHA256, nullptr, 3, data, 7, output, &length), 0x0F040023},
         {"one-shot unknown digest", ZRC_HMAC(0x05000600, key, 3, data, 7, output, &length), 0x0F040023},
         {"one-shot key length -1", ZRC_HMAC(ZRC_SHA256, key, -1, data, 7, output, &length), 0x0F040023},
         {"one-shot null data", ZRC_HMAC(ZRC_SHA256, key, 3, nullptr, 7, output, &length), 0x0F04005C},
         {"one-shot empty message", ZRC_HMAC(ZRC_SHA256, key, 3, data, 0, output, &length), 0x0F04005C},
         {"one-shot null output", ZRC_HMAC(ZRC_SHA256, key, 3, data, 7, nullptr, &length), 0x0F040019},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.code, c.expected) << c.what;
+    });
     EXPECT_EQ(output[0], 0xEE);
     EXPECT_EQ(length, 77);
     EXPECT_EQ(init(failed, ZRC_SHA256, kKey), 0U) << "a unit can be used again after a failed Init";

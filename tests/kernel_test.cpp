@@ -1,6 +1,7 @@
 // Every kernel that this machine can run, against the portable one and against published digests.
 #include "digest/sha_blocks.hpp"
 #include "kestrim_crypto.h"
+#include "tests/runnable.hpp"
 #include "tests/vector_file.hpp"
 
 #include <array>
@@ -21,11 +22,7 @@ void expect_equal_kernels(zrc::kernel_choice<Run>& kernels, std::size_t block)
             word = Word(std::uint64_t{random.upto(UINT32_MAX)} << 32 | random.upto(UINT32_MAX));
         return value;
     };
-    for (const zrc::kernel<Run>& kernel : kernels.list()) {
-        if (!zrc::cpu_has(kernel.needs)) {
-            std::printf("not on this machine: %s\n", kernel.name);
-            continue;
-        }
+    for (const auto& kernel : test::runnable(kernels)) {
         for (std::size_t blocks = 0; blocks <= 33; ++blocks) {
             for (const std::size_t shift : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 15U, 16U, 31U, 33U}) {
                 std::array<Word, N> value = random_value(), expected = value;
@@ -41,8 +38,8 @@ void expect_equal_kernels(zrc::kernel_choice<Run>& kernels, std::size_t block)
 template <class Run>
 void expect_published_digests(zrc::kernel_choice<Run>& kernels, std::int32_t id, const char* section)
 {
-    for (const zrc::kernel<Run>& kernel : kernels.list()) {
-        if (!zrc::cpu_has(kernel.needs)) continue;
+    const auto runnable = test::runnable(kernels);
+    for (const auto& kernel : runnable) {
         kernels.force(kernel.run);
         EXPECT_EQ(kernels.get(), kernel.run);
         for (const test::stanza& vector : test::read_vectors("sha.txt", section)) {
@@ -58,11 +55,7 @@ void expect_published_digests(zrc::kernel_choice<Run>& kernels, std::int32_t id,
     }
     // Released, the choice is again the first of the list that can run.
     kernels.force(nullptr);
-    for (const zrc::kernel<Run>& kernel : kernels.list()) {
-        if (!zrc::cpu_has(kernel.needs)) continue;
-        EXPECT_EQ(kernels.get(), kernel.run) << kernel.name;
-        break;
-    }
+    EXPECT_EQ(kernels.get(), runnable.front().run);
 }
 
 TEST(Kernel, EqualsThePortableOne)

@@ -1,8 +1,8 @@
 // Random messages against OpenSSL's digests and HMACs.
 #include "kestrim_crypto.h"
+#include "tests/support.hpp"
 #include "tests/vector_file.hpp"
 
-#include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <openssl/provider.h>
@@ -12,12 +12,10 @@ namespace {
 using test::bytes;
 using test::hex;
 
-struct peer {
-    std::int32_t id;
-    const char* name; // OpenSSL's
-};
-constexpr peer kPeers[] = {{ZRC_SHA1, "SHA1"},     {ZRC_SHA224, "SHA224"}, {ZRC_SHA256, "SHA256"},
-                           {ZRC_SHA384, "SHA384"}, {ZRC_SHA512, "SHA512"}, {ZRC_MD5, "MD5"}};
+// OpenSSL's names
+constexpr std::pair<std::int32_t, const char*> kPeers[] = {{ZRC_SHA1, "SHA1"},     {ZRC_SHA224, "SHA224"},
+                                                           {ZRC_SHA256, "SHA256"}, {ZRC_SHA384, "SHA384"},
+                                                           {ZRC_SHA512, "SHA512"}, {ZRC_MD5, "MD5"}};
 
 // Messages of random lengths up to 5000 bytes, and a few long ones.
 void for_random_messages(test::repeatable& random, auto check)
@@ -30,7 +28,7 @@ void for_random_messages(test::repeatable& random, auto check)
 
 std::string our_digest(std::int32_t id, const bytes& message, test::repeatable& random)
 {
-    ZRC_DIGEST_UNIT* const unit = ZRC_New_DIGEST_Unit();
+    const test::owned<ZRC_DIGEST_UNIT, ZRC_Free_DIGEST_Unit> unit{ZRC_New_DIGEST_Unit()};
     bytes digest(64);
     std::int32_t length = 0;
     EXPECT_EQ(ZRC_Init_DIGEST(unit, id), 0U);
@@ -38,7 +36,6 @@ std::string our_digest(std::int32_t id, const bytes& message, test::repeatable& 
         EXPECT_EQ(ZRC_Update_DIGEST(unit, piece.data(), std::int32_t(piece.size())), 0U);
     });
     EXPECT_EQ(ZRC_Final_DIGEST(unit, digest.data(), &length), 0U);
-    ZRC_Free_DIGEST_Unit(unit);
     digest.resize(std::size_t(length));
     return hex(digest);
 }
@@ -55,11 +52,12 @@ std::string peer_digest(const EVP_MD* md, const bytes& message)
 TEST(Peer, Digests)
 {
     test::repeatable random{31};
-    for (const peer& p : kPeers) {
-        const EVP_MD* const md = EVP_get_digestbyname(p.name);
-        ASSERT_TRUE(md) << p.name;
+    for (const auto& p : kPeers) {
+        const EVP_MD* const md = EVP_get_digestbyname(p.second);
+        ASSERT_TRUE(md) << p.second;
         for_random_messages(random, [&](const bytes& message) {
-            ASSERT_EQ(our_digest(p.id, message, random), peer_digest(md, message)) << p.name << " " << message.size();
+            ASSERT_EQ(our_digest(p.first, message, random), peer_digest(md, message))
+                << p.second << " " << message.size();
         });
     }
 }
@@ -80,18 +78,18 @@ TEST(Peer, Mdc2)
 TEST(Peer, Hmacs)
 {
     test::repeatable random{33};
-    for (const peer& p : kPeers) {
+    for (const auto& p : kPeers) {
         for_random_messages(random, [&](const bytes& message) {
             const bytes key = random.data(1 + random.upto(300));
             bytes ours(64), theirs(64);
             unsigned length = 0;
-            EXPECT_EQ(ZRC_HMAC(p.id, key.data(), std::int32_t(key.size()), message.data(), std::int32_t(message.size()),
-                               ours.data(), nullptr),
+            EXPECT_EQ(ZRC_HMAC(p.first, key.data(), std::int32_t(key.size()), message.data(),
+                               std::int32_t(message.size()), ours.data(), nullptr),
                       0U);
-            EXPECT_TRUE(HMAC(EVP_get_digestbyname(p.name), key.data(), int(key.size()), message.data(), message.size(),
-                             theirs.data(), &length));
+            EXPECT_TRUE(HMAC(EVP_get_digestbyname(p.second), key.data(), int(key.size()), message.data(),
+                             message.size(), theirs.data(), &length));
             ASSERT_EQ(hex(ours), hex(theirs))
-                << p.name << ", key of " << key.size() << ", " << message.size() << " bytes";
+                << p.second << ", key of " << key.size() << ", " << message.size() << " bytes";
         });
     }
 }

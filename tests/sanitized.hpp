@@ -1,5 +1,9 @@
-// Tests that run long do less under a sanitizer, where everything takes several times as long.
+// Tests that run long do less where everything takes several times as long: under a sanitizer, or under valgrind.
 #pragma once
+
+#if __has_include(<valgrind/valgrind.h>)
+#include <valgrind/valgrind.h>
+#endif
 
 namespace test {
 
@@ -10,5 +14,13 @@ inline constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_fea
 #else
 inline constexpr bool kSanitized = false;
 #endif
+
+inline bool runs_slowly()
+{
+#if defined(RUNNING_ON_VALGRIND)
+    if (RUNNING_ON_VALGRIND) return true;
+#endif
+    return kSanitized;
+}
 
 } // namespace test

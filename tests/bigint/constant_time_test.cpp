@@ -1,19 +1,15 @@
-// Secret exponentiation and arithmetic take no branch and read no address that depends on a secret. Secrets are marked
-// undefined for valgrind, whose memcheck then reports each use of one in a condition or an address; outside of
-// valgrind the tests are skipped:   valgrind <program> --gtest_filter='ConstantTime.*'
+// Secret exponentiation and arithmetic take no branch and read no address that depends on a secret. Secrets are
+// marked undefined for valgrind, whose memcheck then reports each use of one in a condition or an address; outside of
+// valgrind the tests are skipped:   valgrind <program> --gtest_filter='ConstantTime*'
+#include "bigint/euclid.hpp"
 #include "bigint/mod_exp.hpp"
 #include "bigint/product.hpp"
 #include "bigint/secret_arithmetic.hpp"
 #include "core/cpu.hpp"
 #include "kestrim/bigint_arithmetic.h"
+#include "tests/bigint/bigint_value.hpp"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <gtest/gtest.h>
 #include <random>
-#include <utility>
-#include <vector>
 
 #if __has_include(<valgrind/memcheck.h>)
 
@@ -21,56 +17,39 @@
 
 namespace {
 
-using zrc::limb;
-using numbers = std::vector<limb>;
-
-template <class T>
-void hide(std::vector<T>& secret)
+using test::bigint;
+void hide(auto* data, std::size_t count)
 {
-    VALGRIND_MAKE_MEM_UNDEFINED(secret.data(), secret.size() * sizeof(T));
+    VALGRIND_MAKE_MEM_UNDEFINED(data, count * sizeof *data);
 }
 
-template <class T>
-void reveal(std::vector<T>& secret)
+void reveal(auto* data, std::size_t count)
 {
-    VALGRIND_MAKE_MEM_DEFINED(secret.data(), secret.size() * sizeof(T));
+    VALGRIND_MAKE_MEM_DEFINED(data, count * sizeof *data);
 }
 
-numbers random_number(std::mt19937_64& random, std::size_t limbs)
+void hide(const bigint& secret)
 {
-    numbers value(limbs);
-    std::generate(value.begin(), value.end(), [&] { return limb(random()); });
-    return value;
+    hide(secret->data, std::size_t(secret->length));
 }
 
-struct problem {
-    numbers a, e, m, r;
-    std::size_t e_bits;
+// The lowest word of a modulus (it is odd) and its top word (it is not zero) are public.
+void hide_modulus(const bigint& m)
+{
+    if (m->length > 2) hide(m->data + 1, std::size_t(m->length) - 2);
+}
 
-    problem(std::mt19937_64& random, std::size_t limbs, std::size_t bits)
-        : a{random_number(random, limbs)}, e{random_number(random, (bits + zrc::kLimbBits - 1) / zrc::kLimbBits)},
-          m{random_number(random, limbs)}, r(limbs), e_bits{bits}
-    {
-        m.front() |= 1;
-        m.back() |= 2; // above 1
-        a.back() = 0;
-        e.back() &= ~limb{0} >> (e.size() * zrc::kLimbBits - bits);
-    }
+void reveal(const bigint& number)
+{
+    reveal(number.get(), 1);
+    reveal(number->data, std::size_t(number->allocated));
+}
 
-    zrc::mod_exp_task task() { return {r.data(), a.data(), m.data(), m.size(), e.data(), e_bits}; }
-
-    // Runs with everything but the lengths undefined, and gives the result.
-    numbers hidden(auto run)
-    {
-        for (numbers* number : {&a, &e, &m})
-            hide(*number);
-        const bool done = run(task());
-        for (numbers* number : {&a, &e, &m, &r})
-            reveal(*number);
-        EXPECT_TRUE(done);
-        return r;
-    }
-};
+// Valgrind executes ADX instructions, although the processor it shows has none; it knows no AVX-512.
+bool runs(zrc::cpu_feature needs)
+{
+    return zrc::cpu_has(needs) || needs == zrc::cpu_feature::adx;
+}
 
 class ConstantTime : public testing::Test {
 protected:
@@ -86,111 +65,102 @@ protected:
         const unsigned long now = VALGRIND_COUNT_ERRORS;
         return now - std::exchange(before, now);
     }
+
+    bigint random_number(std::size_t words)
+    {
+        test::word_list value(words);
+        std::generate(value.begin(), value.end(), [&] { return std::uint32_t(random_()) | 1; });
+        return test::of(value);
+    }
+
+private:
+    std::mt19937 random_{1};
 };
 
-TEST_F(ConstantTime, SecretKernels)
+TEST_F(ConstantTime, SecretExponentiation)
 {
-    constexpr struct {
-        std::size_t limbs, e_bits;
-    } kSizes[] = {{1, 5}, {2, 128}, {7, 70}, {8, 512}, {9, 300}, {16, 320}, {17, 40}};
-
-    std::mt19937_64 random{1};
+    struct {
+        std::size_t words, a_words;
+        std::uint32_t e_bits;
+    } const sizes[] = {{2, 2, 5}, {4, 3, 128}, {13, 14, 70}, {16, 16, 512}, {18, 33, 300}, {32, 32, 320}, {33, 34, 40}};
     for (const auto& entry : zrc::mod_exp_kernels.list()) {
-        // Valgrind executes ADX instructions, although the processor it shows has none; it knows no AVX-512.
-        if (!zrc::cpu_has(entry.needs) && entry.needs != zrc::cpu_feature::adx) continue;
-        for (const auto& [limbs, e_bits] : kSizes) {
-            SCOPED_TRACE(testing::Message() << entry.name << ", " << limbs << " limbs, " << e_bits << " bits");
-            problem one{random, limbs, e_bits};
+        if (!runs(entry.needs)) continue;
+        zrc::mod_exp_kernels.force(entry.run);
+        for (const auto& [words, a_words, e_bits] : sizes) {
+            SCOPED_TRACE(testing::Message() << entry.name << ", " << words << " words, " << e_bits << " bits");
+            const bigint a = random_number(a_words), e = random_number((e_bits + 31) / 32), m = random_number(words);
+            const bigint expected = test::of({}), found[] = {test::of({}), test::of({}), test::of({})};
+            if (e_bits % 32 != 0) (e->data[e->length - 1] >>= 32 - e_bits % 32) |= 1;
+            ASSERT_EQ(ZRC_Mod_Exp_Mont_BIGINT(expected, a, e, m, nullptr), 0U);
+            hide(a);
+            hide(e);
+            hide_modulus(m);
             errors();
-            const numbers alone = one.hidden(entry.run->secret);
-            const numbers first_of_two = one.hidden([&](const zrc::mod_exp_task& task) {
-                problem two{one};
-                return entry.run->secret_pair(task, two.task());
-            });
+            EXPECT_TRUE(zrc::secret_mod_exp({found[0], a, e, m, e_bits}));
+            EXPECT_TRUE(zrc::secret_mod_exp_pair({found[1], a, e, m, e_bits}, {found[2], a, e, m, e_bits}));
             EXPECT_EQ(errors(), 0U);
-            ASSERT_TRUE(zrc::kMontPortable.open(one.task()));
-            EXPECT_EQ(alone, one.r);
-            EXPECT_EQ(first_of_two, one.r);
+            for (const bigint& r : found) {
+                reveal(r);
+                EXPECT_EQ(test::words_of(r), test::words_of(expected));
+            }
         }
     }
+    zrc::mod_exp_kernels.force(nullptr);
 }
 
-ZRC_BIGINT bigint(std::vector<std::uint32_t>& words)
+// The check itself: sliding windows branch on the exponent, and that is seen.
+TEST_F(ConstantTime, PublicExponentiationIsNot)
 {
-    return {words.data(), std::int32_t(words.size()), std::int32_t(words.size()), ZRC_BIGINT_STATIC};
-}
-
-std::vector<std::uint32_t> random_words(std::mt19937_64& random, std::size_t count)
-{
-    std::vector<std::uint32_t> words(count);
-    std::generate(words.begin(), words.end(), [&] { return std::uint32_t(random()) | 1; });
-    return words;
-}
-
-// Lengths, the lowest word of the modulus (it is odd) and its top word (it is not zero) are public.
-TEST_F(ConstantTime, SecretBigints)
-{
-    std::mt19937_64 random{2};
-    std::vector<std::uint32_t> a = random_words(random, 33), e = random_words(random, 9), m = random_words(random, 17);
-    std::vector<std::uint32_t> r(17);
-    ZRC_BIGINT base = bigint(a), exponent = bigint(e), modulus = bigint(m), result = bigint(r);
-
+    const bigint a = random_number(4), e = random_number(4), m = random_number(4), r = test::of({});
+    hide(e->data, 1);
     errors();
-    hide(a);
-    hide(e);
-    VALGRIND_MAKE_MEM_UNDEFINED(m.data() + 1, (m.size() - 2) * sizeof m[0]);
-    ASSERT_TRUE(zrc::secret_mod_exp({&result, &base, &exponent, &modulus, 280}));
-    EXPECT_EQ(errors(), 0U);
-    for (auto* number : {&a, &e, &m, &r})
-        reveal(*number);
-    VALGRIND_MAKE_MEM_DEFINED(&result, sizeof result);
-
-    std::vector<std::uint32_t> expected(17);
-    ZRC_BIGINT power = bigint(expected);
-    ASSERT_EQ(ZRC_Mod_Exp_Mont_BIGINT(&power, &base, &exponent, &modulus, nullptr), 0U);
-    EXPECT_EQ(ZRC_Cmp_BIGINT(&result, &power), 0);
+    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, a, e, m, nullptr), 0U);
+    EXPECT_NE(errors(), 0U);
 }
 
 TEST_F(ConstantTime, SecretArithmetic)
 {
-    std::mt19937_64 random{4};
     for (const auto& entry : zrc::product_kernels.list()) {
-        if (!zrc::cpu_has(entry.needs) && entry.needs != zrc::cpu_feature::adx) continue;
+        if (!runs(entry.needs)) continue;
         SCOPED_TRACE(entry.name);
         zrc::product_kernels.force(entry.run);
         for (const std::size_t words : {1U, 2U, 5U, 16U, 37U}) {
-            std::vector<std::uint32_t> a = random_words(random, 2 * words + 1), b = random_words(random, words),
-                                       m = random_words(random, words), r(3 * words + 2);
-            const ZRC_BIGINT x = bigint(a), y = bigint(b), modulus = bigint(m);
-            ZRC_BIGINT result = bigint(r);
-            bool answers[3];
+            const bigint x = random_number(2 * words + 1), y = random_number(words), m = random_number(words);
+            const bigint r = test::of(test::word_list(3 * words + 2));
+            hide(x);
+            hide(y);
+            hide(m->data, words - 1);
             errors();
-            hide(a);
-            hide(b);
-            VALGRIND_MAKE_MEM_UNDEFINED(m.data(), (words - 1) * sizeof m[0]);
-            EXPECT_TRUE(zrc::secret_mod(&result, &x, &modulus) && zrc::secret_mod_mul(&result, &x, &y, &modulus) &&
-                        zrc::secret_mod_sub(&result, &x, &y, &modulus) && zrc::secret_mul_add(&result, &x, &y, &x));
-            answers[0] = zrc::secret_is_one(&x);
-            answers[1] = zrc::secret_equal(&x, &y);
-            answers[2] = zrc::secret_less(&x, &y);
+            EXPECT_TRUE(zrc::secret_mod(r, x, m) && zrc::secret_mod_mul(r, x, y, m) &&
+                        zrc::secret_mod_sub(r, x, y, m) && zrc::secret_mul_add(r, x, y, x));
+            bool answers[] = {zrc::secret_is_one(x), zrc::secret_equal(x, y), zrc::secret_less(x, y)};
             EXPECT_EQ(errors(), 0U);
-            VALGRIND_MAKE_MEM_DEFINED(answers, sizeof answers);
+            reveal(answers, 3);
             EXPECT_FALSE(answers[0] || answers[1] || answers[2]);
-            EXPECT_TRUE(zrc::secret_sub_word(&result, &x, 1));
+            EXPECT_TRUE(zrc::secret_sub_word(r, x, 1));
             EXPECT_LE(errors(), 1U) << "nothing but whether there was enough to subtract from";
         }
     }
     zrc::product_kernels.force(nullptr);
 }
 
-// The check itself: sliding windows branch on the exponent, and that is seen.
-TEST_F(ConstantTime, PublicExponentiationIsNot)
+// One condition depends on the operands: whether there is an inverse.
+TEST_F(ConstantTime, OfAnInverseOnlyTheAnswerIsSeen)
 {
-    std::mt19937_64 random{3};
-    problem one{random, 2, 100};
-    errors();
-    one.hidden(zrc::kMontPortable.open);
-    EXPECT_NE(errors(), 0U);
+    for (const std::size_t words : {2U, 3U, 8U, 33U}) {
+        const bigint a = random_number(words + 1), m = random_number(words), r = test::of({}), expected = test::of({});
+        const test::pool_ptr pool{ZRC_New_BIGINT_Pool()};
+        const std::uint32_t code = ZRC_Mod_Inverse_BIGINT(expected, a, m, pool);
+        hide(a);
+        hide_modulus(m);
+        errors();
+        bool found = zrc::secret_mod_inverse(r, a, m);
+        EXPECT_EQ(errors(), 1U);
+        reveal(r);
+        reveal(&found, 1);
+        EXPECT_EQ(found, code == 0);
+        EXPECT_EQ(test::words_of(r), test::words_of(expected));
+    }
 }
 
 } // namespace

@@ -1,191 +1,105 @@
 // Modular exponentiation and Montgomery form: vectors, every kernel against plain multiplication, quirks and codes.
 #include "bigint/mod_exp.hpp"
-#include "core/cpu.hpp"
 #include "core/owned.hpp"
 #include "kestrim/bigint_arithmetic.h"
-#include "tests/bigint/bigint_value.hpp"
-#include "tests/vector_file.hpp"
+#include "tests/bigint/number_source.hpp"
+#include "tests/runnable.hpp"
 
-#include <algorithm>
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 
 using test::bigint;
-using test::bytes;
+using test::copy_of;
+using test::fixed_value;
+using test::of;
 using test::of_bytes;
-using pool = test::pool_ptr;
+using test::word_list;
+using test::words_of;
 using context = zrc::owned<ZRC_BIGINT_MONT, zrc_Free_BIGINT_MONT>;
+using ModExp = test::with_pool;
 
+// A number of one word, or zero.
 bigint small(std::uint32_t word)
 {
-    bigint value{ZRC_New_BIGINT()};
-    ZRC_Set_BIGINT_Word(value.get(), word);
-    return value;
+    return word != 0 ? of({word}) : of({});
 }
-
-std::string text(const ZRC_BIGINT* value)
-{
-    std::string digits;
-    for (std::int32_t i = value->length; i-- > 0;) {
-        char word[9];
-        std::snprintf(word, sizeof word, "%08x", unsigned(value->data[i]));
-        digits += word;
-    }
-    return digits;
-}
-
-std::string text(const bigint& value)
-{
-    return text(value.get());
-}
-
-class random_numbers {
-public:
-    explicit random_numbers(std::uint32_t seed) : engine_{seed} {}
-
-    // Of exactly `bits` bits; runs of ones and zeros as often as anything else, for the carries.
-    bigint exactly(std::size_t bits)
-    {
-        bytes data((bits + 7) / 8);
-        const bool dense = engine_() % 2 != 0;
-        for (std::uint8_t& byte : data)
-            byte = dense ? std::uint8_t(engine_()) : engine_() % 3 == 0 ? 0 : 0xFF;
-        data[0] &= std::uint8_t(0xFF >> (8 * data.size() - bits));
-        data[0] |= std::uint8_t(1 << ((bits - 1) % 8));
-        return of_bytes(data);
-    }
-
-    bigint odd(std::size_t bits)
-    {
-        bigint value = exactly(bits);
-        ZRC_Set_BIGINT_Bit(value.get(), 0);
-        return value;
-    }
-
-    std::size_t upto(std::size_t largest) { return engine_() % (largest + 1); }
-
-private:
-    std::mt19937 engine_;
-};
 
 // a^e mod m with one multiplication and division for each bit.
 bigint plain_power(const bigint& a, const bigint& e, const bigint& m)
 {
-    const pool scratch{ZRC_New_BIGINT_Pool()};
+    const test::pool_ptr pool{ZRC_New_BIGINT_Pool()};
     bigint power = small(1);
-    for (auto bit = std::int32_t(ZRC_Get_BIGINT_Bits_Length(e.get())); bit-- > 0;) {
-        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(power.get(), power.get(), power.get(), m.get(), scratch.get()), 0U);
-        if (ZRC_Is_BIGINT_Bit_Set(e.get(), bit) == 0) continue;
-        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(power.get(), power.get(), a.get(), m.get(), scratch.get()), 0U);
+    for (auto bit = std::int32_t(ZRC_Get_BIGINT_Bits_Length(e)); bit-- > 0;) {
+        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(power, power, power, m, pool), 0U);
+        if (ZRC_Is_BIGINT_Bit_Set(e, bit) == 0) continue;
+        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(power, power, a, m, pool), 0U);
     }
     return power;
 }
 
-// Runs every kernel that this machine has, by its name.
-class each_kernel {
-public:
-    each_kernel() = default;
-    each_kernel(const each_kernel&) = delete;
-    each_kernel& operator=(const each_kernel&) = delete;
-    ~each_kernel() { zrc::mod_exp_kernels.force(nullptr); }
-
-    void operator()(auto run)
-    {
-        for (const auto& entry : zrc::mod_exp_kernels.list()) {
-            if (!zrc::cpu_has(entry.needs)) continue;
-            SCOPED_TRACE(entry.name);
-            zrc::mod_exp_kernels.force(entry.run);
-            run();
-        }
-    }
-};
-
 // The public and the secret form with all kernels, into another object and over each operand. a mod m is not 0.
-void expect_power(const bigint& a, const bigint& e, const bigint& m, const std::string& expected)
+void expect_power(const bigint& a, const bigint& e, const bigint& m, const bigint& power)
 {
-    each_kernel{}([&] {
-        bigint r = small(7);
-        EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), a.get(), e.get(), m.get(), nullptr), 0U);
-        EXPECT_EQ(text(r), expected) << "public";
-
-        bigint first = test::copy_of(a), second = test::copy_of(e), third = test::copy_of(m);
-        const auto bound = ZRC_Get_BIGINT_Bits_Length(e.get());
-        EXPECT_TRUE(zrc::secret_mod_exp({first.get(), first.get(), e.get(), m.get(), bound}));
-        EXPECT_EQ(text(first), expected) << "secret";
-        EXPECT_TRUE(zrc::secret_mod_exp_pair({second.get(), a.get(), second.get(), m.get(), bound},
-                                             {third.get(), a.get(), e.get(), third.get(), bound + 1}));
-        EXPECT_EQ(text(second), expected) << "first of a pair";
-        EXPECT_EQ(text(third), expected) << "second of a pair";
+    const word_list expected = words_of(power);
+    test::with_each_kernel(zrc::mod_exp_kernels, [&] {
+        const bigint r = small(7), first = copy_of(a), second = copy_of(e), third = copy_of(m);
+        const auto bound = ZRC_Get_BIGINT_Bits_Length(e);
+        EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, a, e, m, nullptr), 0U);
+        EXPECT_TRUE(zrc::secret_mod_exp({first, first, e, m, bound}));
+        EXPECT_TRUE(zrc::secret_mod_exp_pair({second, a, second, m, bound}, {third, a, e, third, bound + 1}));
+        for (const bigint* found : {&r, &first, &second, &third})
+            EXPECT_EQ(words_of(*found), expected) << "public, secret, pair";
     });
 }
 
-TEST(ModExp, Vectors)
+void expect_power(const bigint& a, const bigint& e, const bigint& m)
+{
+    expect_power(a, e, m, plain_power(a, e, m));
+}
+
+TEST_F(ModExp, Vectors)
 {
     for (const test::stanza& vector : test::read_vectors("modexp.txt", "modexp odd modulus")) {
         SCOPED_TRACE(vector.place);
-        expect_power(of_bytes(vector["a"]), of_bytes(vector["e"]), of_bytes(vector["m"]),
-                     text(of_bytes(vector["power"])));
+        expect_power(of_bytes(vector["a"]), of_bytes(vector["e"]), of_bytes(vector["m"]), of_bytes(vector["power"]));
     }
 }
 
-TEST(ModExp, KernelsAgreeWithPlainMultiplicationForModuliOfEveryLength)
+TEST_F(ModExp, KernelsAgreeWithPlainMultiplication)
 {
-    random_numbers random{1};
+    test::number_source random{1};
     for (std::size_t limbs = 1; limbs <= 70; ++limbs) {
         const std::size_t bits = 64 * limbs - (limbs % 3 == 0 ? random.upto(63) : 0);
         SCOPED_TRACE(bits);
-        const bigint a = random.exactly(bits - std::min(bits - 1, random.upto(70))), e = random.exactly(23 + limbs % 3);
-        const bigint m = random.odd(bits);
-        expect_power(a, e, m, text(plain_power(a, e, m)));
+        expect_power(random.number(bits - std::min(bits - 1, random.upto(70))), random.number(23 + limbs % 3),
+                     random.odd(bits));
     }
-}
-
-TEST(ModExp, ExponentLengthsAroundEachWindowWidth)
-{
-    random_numbers random{2};
-    for (const std::size_t limit : {1U, 2U, 6U, 17U, 24U, 80U, 240U, 306U, 672U, 1024U}) {
-        for (const std::size_t bits : {std::max(limit - 1, std::size_t{1}), limit, limit + 1}) {
-            SCOPED_TRACE(bits);
-            const bigint a = random.exactly(150), e = random.exactly(bits), m = random.odd(161);
-            expect_power(a, e, m, text(plain_power(a, e, m)));
+    for (const std::size_t width_ends_at : {1U, 2U, 6U, 17U, 24U, 80U, 240U, 306U, 672U, 1024U}) {
+        for (std::size_t bits = std::max<std::size_t>(width_ends_at - 1, 1); bits <= width_ends_at + 1; ++bits) {
+            SCOPED_TRACE(testing::Message() << "exponent of " << bits);
+            expect_power(random.number(150), random.number(bits), random.odd(161));
         }
     }
-}
-
-TEST(ModExp, BasesThatAreNotReduced)
-{
-    random_numbers random{3};
     for (const std::size_t bits : {33U, 64U, 65U, 500U, 512U, 1025U}) {
         for (const std::size_t more : {0U, 1U, 31U, 64U, 512U, 600U}) {
-            SCOPED_TRACE(testing::Message() << bits << " and " << more);
-            const bigint a = random.exactly(bits + more), e = random.exactly(30), m = random.odd(bits);
-            expect_power(a, e, m, text(plain_power(a, e, m)));
+            SCOPED_TRACE(testing::Message() << "not reduced: " << bits << " and " << more);
+            expect_power(random.number(bits + more), random.number(30), random.odd(bits));
         }
     }
 }
 
-TEST(ModExp, PairOfDifferentLengths)
+TEST_F(ModExp, PairOfDifferentLengths)
 {
-    random_numbers random{4};
-    each_kernel{}([&] {
+    test::number_source random{4};
+    test::with_each_kernel(zrc::mod_exp_kernels, [&] {
         for (const auto& [first_bits, second_bits] :
              {std::pair{512U, 512U}, {1024U, 1024U}, {960U, 1024U}, {1024U, 511U}}) {
-            const bigint m1 = random.odd(first_bits), m2 = random.odd(second_bits);
-            const bigint a = random.exactly(1400), e1 = random.exactly(200), e2 = random.exactly(77);
-            bigint r1 = small(0), r2 = small(0);
-            ASSERT_TRUE(zrc::secret_mod_exp_pair({r1.get(), a.get(), e1.get(), m1.get(), 0},
-                                                 {r2.get(), a.get(), e2.get(), m2.get(), 100}));
-            EXPECT_EQ(text(r1), text(plain_power(a, e1, m1)));
-            EXPECT_EQ(text(r2), text(plain_power(a, e2, m2)));
+            const bigint m1 = random.odd(first_bits), m2 = random.odd(second_bits), r1 = of({}), r2 = of({});
+            const bigint a = random.number(1400), e1 = random.number(200), e2 = random.number(77);
+            ASSERT_TRUE(zrc::secret_mod_exp_pair({r1, a, e1, m1, 0}, {r2, a, e2, m2, 100}));
+            EXPECT_EQ(words_of(r1), words_of(plain_power(a, e1, m1)));
+            EXPECT_EQ(words_of(r2), words_of(plain_power(a, e2, m2)));
         }
     });
 }
@@ -194,224 +108,176 @@ TEST(ModExp, PairOfDifferentLengths)
 void expect_product(const std::array<const bigint*, 5>& operands)
 {
     const auto& [a, e, b, f, m] = operands;
-    const pool scratch{ZRC_New_BIGINT_Pool()};
-    const bigint expected = small(0), first = plain_power(*a, *e, *m), second = plain_power(*b, *f, *m);
-    ASSERT_EQ(ZRC_Mod_Mtp_BIGINT(expected.get(), first.get(), second.get(), m->get(), scratch.get()), 0U);
-    each_kernel{}([&] {
+    const test::pool_ptr pool{ZRC_New_BIGINT_Pool()};
+    const bigint expected = of({});
+    ASSERT_EQ(ZRC_Mod_Mtp_BIGINT(expected, plain_power(*a, *e, *m), plain_power(*b, *f, *m), *m, pool), 0U);
+    test::with_each_kernel(zrc::mod_exp_kernels, [&] {
         for (std::size_t over = 0; over <= operands.size(); ++over) {
-            const ZRC_BIGINT* x[5];
-            std::transform(operands.begin(), operands.end(), x, [](const bigint* operand) { return operand->get(); });
-            const bigint r = over < 5 ? test::copy_of(*operands[over]) : small(7);
-            if (over < 5) x[over] = r.get();
-            EXPECT_EQ(zrc::open_mod_exp_product(r.get(), x[0], x[1], x[2], x[3], x[4]), zrc::mod_exp_outcome::done);
-            EXPECT_EQ(text(r), text(expected)) << over;
+            const bigint r = over < 5 ? copy_of(*operands[over]) : small(7);
+            const auto x = [&](std::size_t i) { return i == over ? r.get() : operands[i]->get(); };
+            EXPECT_EQ(zrc::open_mod_exp_product(r, x(0), x(1), x(2), x(3), x(4)), zrc::mod_exp_outcome::done);
+            EXPECT_EQ(words_of(r), words_of(expected)) << over;
         }
     });
 }
 
-TEST(ModExp, ProductOfTwoPowers)
+TEST_F(ModExp, ProductOfTwoPowers)
 {
-    constexpr struct {
-        std::size_t m, a, e, b, f;
-    } kBits[] = {{2048, 2048, 256, 2040, 256}, {64, 64, 1, 64, 1},      {33, 500, 2, 33, 90},  {384, 380, 700, 385, 1},
-                 {1025, 7, 5, 2050, 300},      {127, 60, 30, 1, 30},    {512, 512, 0, 40, 33}, {512, 600, 33, 512, 0},
-                 {320, 10, 0, 20, 0},          {4160, 50, 40, 4160, 17}};
-    random_numbers random{6};
+    constexpr std::array<std::size_t, 5> kBits[] = {
+        {2048, 256, 2040, 256, 2048}, {64, 1, 64, 1, 64},      {500, 2, 33, 90, 33},  {380, 700, 385, 1, 384},
+        {7, 5, 2050, 300, 1025},      {60, 30, 1, 30, 127},    {512, 0, 40, 33, 512}, {600, 33, 512, 0, 512},
+        {10, 0, 20, 0, 320},          {50, 40, 4160, 17, 4160}};
+    test::number_source random{6};
     for (const auto& bits : kBits) {
-        SCOPED_TRACE(testing::Message() << bits.m << ", " << bits.e << ", " << bits.f);
-        const auto number = [&](std::size_t length) { return length == 0 ? small(0) : random.exactly(length); };
-        const bigint a = number(bits.a), e = number(bits.e), b = number(bits.b), f = number(bits.f);
-        const bigint m = random.odd(bits.m);
+        SCOPED_TRACE(testing::Message() << bits[4] << ", " << bits[1] << ", " << bits[3]);
+        const bigint a = random.number(bits[0]), e = random.number(bits[1]), b = random.number(bits[2]);
+        const bigint f = random.number(bits[3]), m = random.odd(bits[4]);
         expect_product({&a, &e, &b, &f, &m});
         expect_product({&a, &e, &a, &e, &m});
     }
 }
 
-TEST(ModExp, ProductWithoutAPower)
+TEST_F(ModExp, ProductWithoutAPower)
 {
-    using zrc::mod_exp_outcome;
+    using enum zrc::mod_exp_outcome;
     constexpr struct {
         std::uint32_t a, e, b, f, m;
-        mod_exp_outcome outcome;
+        zrc::mod_exp_outcome outcome;
         std::uint32_t result; // 9: as before
     } kCases[] = {
-        {0, 3, 2, 3, 35, mod_exp_outcome::base_is_zero, 9}, {2, 3, 70, 3, 35, mod_exp_outcome::base_is_zero, 9},
-        {35, 0, 2, 3, 35, mod_exp_outcome::done, 8},        {2, 3, 0, 0, 35, mod_exp_outcome::done, 8},
-        {0, 0, 0, 0, 35, mod_exp_outcome::done, 1},         {2, 0, 2, 0, 1, mod_exp_outcome::base_is_zero, 9},
-        {2, 3, 2, 3, 1, mod_exp_outcome::base_is_zero, 9},  {2, 3, 2, 3, 34, mod_exp_outcome::bad_modulus, 9},
-        {2, 0, 2, 0, 34, mod_exp_outcome::bad_modulus, 9},  {2, 3, 2, 3, 0, mod_exp_outcome::bad_modulus, 9},
-        {15, 1, 15, 1, 225, mod_exp_outcome::done, 0},
+        {0, 3, 2, 3, 35, base_is_zero, 9}, {2, 3, 70, 3, 35, base_is_zero, 9}, {35, 0, 2, 3, 35, done, 8},
+        {2, 3, 0, 0, 35, done, 8},         {0, 0, 0, 0, 35, done, 1},          {2, 0, 2, 0, 1, base_is_zero, 9},
+        {2, 3, 2, 3, 1, base_is_zero, 9},  {2, 3, 2, 3, 34, bad_modulus, 9},   {2, 0, 2, 0, 34, bad_modulus, 9},
+        {2, 3, 2, 3, 0, bad_modulus, 9},   {15, 1, 15, 1, 225, done, 0},
     };
-    for (const auto& item : kCases) {
+    for (const auto& x : kCases) {
         const bigint r = small(9);
-        EXPECT_EQ(zrc::open_mod_exp_product(r.get(), small(item.a).get(), small(item.e).get(), small(item.b).get(),
-                                            small(item.f).get(), small(item.m).get()),
-                  item.outcome);
-        EXPECT_EQ(ZRC_Get_BIGINT_Word(r.get()), item.result) << &item - kCases;
+        EXPECT_EQ(zrc::open_mod_exp_product(r, small(x.a), small(x.e), small(x.b), small(x.f), small(x.m)), x.outcome);
+        EXPECT_EQ(ZRC_Get_BIGINT_Word(r), x.result) << &x - kCases;
     }
-    ZRC_BIGINT full{nullptr, 0, 0, ZRC_BIGINT_STATIC};
+    fixed_value full{{}};
     const bigint two = small(2), m = small(35);
-    EXPECT_EQ(zrc::open_mod_exp_product(&full, two.get(), two.get(), two.get(), two.get(), m.get()),
-              mod_exp_outcome::no_room);
+    EXPECT_EQ(zrc::open_mod_exp_product(full, two, two, two, two, m), no_room);
 }
 
-TEST(ModExp, ExponentZeroGivesOneForEveryModulus)
+TEST_F(ModExp, Quirks)
 {
-    for (const std::uint32_t modulus : {0U, 1U, 6U, 35U}) {
-        bigint r = small(9);
-        const bigint a = small(4), m = small(modulus);
-        EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), a.get(), ZRC_Value_Zero_BIGINT(), m.get(), nullptr), 0U);
-        EXPECT_EQ(text(r), "00000001");
+    // An exponent of 0 gives 1 for every modulus; a base that reduces to 0 leaves the result as it was.
+    constexpr std::array<std::uint32_t, 4> kCases[] = {{4, 0, 0, 1},  {4, 0, 1, 1},   {4, 0, 6, 1},   {4, 0, 35, 1},
+                                                       {0, 3, 35, 9}, {35, 3, 35, 9}, {70, 3, 35, 9}, {5, 3, 1, 9}};
+    const bigint r = small(9), m = small(35);
+    for (const auto& [a, e, modulus, expected] : kCases) {
+        EXPECT_EQ(ZRC_Set_BIGINT_Word(r, 9), 0U);
+        EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, small(a), small(e), small(modulus), nullptr), 0U);
+        EXPECT_EQ(words_of(r), word_list{expected}) << a << '^' << e << " mod " << modulus;
     }
-    bigint r = small(9);
-    const bigint a = small(4), zero = small(0), m = small(35);
-    EXPECT_TRUE(zrc::secret_mod_exp({r.get(), a.get(), zero.get(), m.get(), 40}));
-    EXPECT_EQ(text(r), "00000001");
+    EXPECT_TRUE(zrc::secret_mod_exp({r, small(4), small(0), m, 40}));
+    EXPECT_EQ(words_of(r), word_list{1});
+    EXPECT_TRUE(zrc::secret_mod_exp({r, small(70), small(3), m, 0}));
+    EXPECT_EQ(words_of(r), word_list{}) << "the secret form has no such habit";
+
+    expect_power(small(15), small(4), small(2025), of({})); // 0 arises on the way: 15^4 mod 45^2
+    // Zero words on top: 81 mod 71
+    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, of({3, 0, 0}), of({4, 0}), of({0x47, 0, 0, 0, 0, 0}), nullptr), 0U);
+    EXPECT_EQ(words_of(r), word_list{10});
 }
 
-TEST(ModExp, BaseThatReducesToZeroLeavesTheResultUntouched)
+TEST_F(ModExp, RefusesArguments)
 {
-    const bigint e = small(3);
-    for (const auto& [base, modulus] : {std::pair{0U, 35U}, {35U, 35U}, {70U, 35U}, {5U, 1U}}) {
-        bigint r = small(9);
-        const bigint a = small(base), m = small(modulus);
-        EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), a.get(), e.get(), m.get(), nullptr), 0U);
-        EXPECT_EQ(text(r), "00000009") << base << " mod " << modulus;
-    }
-    bigint r = small(9);
-    const bigint a = small(70), m = small(35);
-    EXPECT_TRUE(zrc::secret_mod_exp({r.get(), a.get(), e.get(), m.get(), 0}));
-    EXPECT_EQ(text(r), "") << "the secret form has no such habit";
-}
-
-// 0 arises on the way: 15^4 mod 45^2.
-TEST(ModExp, PowersThatVanish)
-{
-    const bigint a = small(15), e = small(4), m = small(2025);
-    expect_power(a, e, m, "");
-}
-
-TEST(ModExp, OperandsWithZeroWordsOnTop)
-{
-    bigint a{ZRC_HEX_To_BIGINT("000000000000000000000003")}, e{ZRC_HEX_To_BIGINT("0000000000000004")};
-    bigint m{ZRC_HEX_To_BIGINT("000000000000000000000000000000000000000000000047")}, r = small(0);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), a.get(), e.get(), m.get(), nullptr), 0U);
-    EXPECT_EQ(text(r), "0000000a"); // 81 mod 71
-}
-
-TEST(ModExp, RefusesArguments)
-{
-    bigint r = small(9);
-    const bigint two = small(2), zero = small(0), one = small(1), even = small(34);
-    ZRC_BIGINT* const n = nullptr;
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(n, two.get(), two.get(), two.get(), nullptr), 0x040A0049U);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), n, two.get(), two.get(), nullptr), 0x040A0049U);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), two.get(), n, two.get(), nullptr), 0x040A0049U);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), two.get(), two.get(), n, nullptr), 0x040A0049U);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), two.get(), two.get(), even.get(), nullptr), 0x040A003EU);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), two.get(), two.get(), zero.get(), nullptr), 0x040A003EU);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), two.get(), two.get(), ZRC_Value_Zero_BIGINT(), nullptr), 0x040A003EU);
-
+    const bigint r = small(9), two = small(2), m = small(35), even = small(34), zero = small(0), one = small(1);
+    fixed_value full{{}};
+    test::expect_codes({{ZRC_Mod_Exp_Mont_BIGINT(r, two, two, even, nullptr), 0x040A003E},
+                        {ZRC_Mod_Exp_Mont_BIGINT(r, two, two, zero, nullptr), 0x040A003E},
+                        {ZRC_Mod_Exp_Mont_BIGINT(r, two, two, ZRC_Value_Zero_BIGINT(), nullptr), 0x040A003E},
+                        {ZRC_Mod_Exp_Mont_BIGINT(full, two, two, m, nullptr), 0x040A0002}});
     for (const bigint* modulus : {&zero, &one, &even})
-        EXPECT_FALSE(zrc::secret_mod_exp({r.get(), two.get(), two.get(), modulus->get(), 0}));
-    EXPECT_FALSE(zrc::secret_mod_exp({r.get(), nullptr, two.get(), two.get(), 0}));
-    EXPECT_EQ(text(r), "00000009");
-
-    ZRC_BIGINT full{nullptr, 0, 0, ZRC_BIGINT_STATIC};
-    const bigint m = small(35);
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(&full, two.get(), two.get(), m.get(), nullptr), 0x040A0002U);
-    EXPECT_FALSE(zrc::secret_mod_exp({&full, two.get(), two.get(), m.get(), 0}));
+        EXPECT_FALSE(zrc::secret_mod_exp({r, two, two, *modulus, 0}));
+    EXPECT_FALSE(zrc::secret_mod_exp({r, nullptr, two, two, 0}));
+    EXPECT_FALSE(zrc::secret_mod_exp({full, two, two, m, 0}));
+    EXPECT_EQ(words_of(r), word_list{9});
 }
 
-TEST(Montgomery, Vectors)
-{
-    const pool scratch{ZRC_New_BIGINT_Pool()};
+class Montgomery : public test::with_pool {
+protected:
+    std::uint32_t set(const ZRC_BIGINT* m) { return zrc_Set_BIGINT_MONT(mont.get(), m, pool()); }
+    std::uint32_t multiply(ZRC_BIGINT* r, const ZRC_BIGINT* a, const ZRC_BIGINT* b)
+    {
+        return zrc_Mod_Mul_BIGINT_Montgomery(r, a, b, mont.get(), pool());
+    }
+    std::uint32_t back(ZRC_BIGINT* r, const ZRC_BIGINT* a)
+    {
+        return zrc_BIGINT_from_Montgomery(r, a, mont.get(), pool());
+    }
+
     const context mont{zrc_New_BIGINT_MONT()};
+};
+
+TEST_F(Montgomery, Vectors)
+{
     for (const test::stanza& vector : test::read_vectors("modexp.txt", "montgomery")) {
         SCOPED_TRACE(vector.place);
         const bigint m = of_bytes(vector["m"]), a = of_bytes(vector["a"]), b = of_bytes(vector["b"]);
-        ASSERT_EQ(zrc_Set_BIGINT_MONT(mont.get(), m.get(), scratch.get()), 0U);
+        ASSERT_EQ(set(m), 0U);
         EXPECT_EQ(mont->ri, 32 * m->length);
-        EXPECT_EQ(mont->ninv0, ZRC_Get_BIGINT_Word(of_bytes(vector["ninv0"]).get()));
-        EXPECT_EQ(text(&mont->RR), text(of_bytes(vector["rr"])));
-        EXPECT_EQ(text(&mont->N), text(m));
+        EXPECT_EQ(mont->ninv0, ZRC_Get_BIGINT_Word(of_bytes(vector["ninv0"])));
+        EXPECT_EQ(words_of(mont->RR), words_of(of_bytes(vector["rr"])));
+        EXPECT_EQ(words_of(mont->N), words_of(m));
         EXPECT_EQ(mont->Ni.length, 0);
 
-        bigint r = test::copy_of(a), over = test::copy_of(b);
-        EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(r.get(), r.get(), b.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), text(of_bytes(vector["abr"])));
-        EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(over.get(), a.get(), over.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(over), text(of_bytes(vector["abr"])));
-        EXPECT_EQ(zrc_BIGINT_from_Montgomery(r.get(), a.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), text(of_bytes(vector["ar"])));
+        const bigint r = copy_of(a), over = copy_of(b);
+        EXPECT_EQ(multiply(r, r, b), 0U);
+        EXPECT_EQ(words_of(r), words_of(of_bytes(vector["abr"])));
+        EXPECT_EQ(multiply(over, a, over), 0U);
+        EXPECT_EQ(words_of(over), words_of(of_bytes(vector["abr"])));
+        EXPECT_EQ(back(r, a), 0U);
+        EXPECT_EQ(words_of(r), words_of(of_bytes(vector["ar"])));
     }
-    EXPECT_EQ(scratch->depth, -1);
-    EXPECT_EQ(scratch->used, 0);
+    for (const word_list& modulus : {word_list{1}, {1, 5}, {1, 5, 0}}) {
+        EXPECT_EQ(set(of(modulus)), 0U);
+        EXPECT_NE(words_of(mont->N).back(), 0U);
+        EXPECT_EQ(mont->ninv0, 0xFFFFFFFFU) << "a low word of 1";
+    }
 }
 
-TEST(Montgomery, OperandsThatAreNotReduced)
+TEST_F(Montgomery, OperandsThatAreNotReduced)
 {
-    random_numbers random{5};
-    const pool scratch{ZRC_New_BIGINT_Pool()};
-    const context mont{zrc_New_BIGINT_MONT()};
+    test::number_source random{5};
     for (const std::size_t bits : {20U, 32U, 64U, 96U, 250U, 288U}) {
-        const bigint m = random.odd(bits), a = random.exactly(bits + 40), b = random.exactly(2 * bits + 1);
-        ASSERT_EQ(zrc_Set_BIGINT_MONT(mont.get(), m.get(), scratch.get()), 0U);
-        bigint r = small(0), expected = small(0);
-        // (a b R^-1) R^2 R^-1 = a b
-        EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(r.get(), a.get(), b.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(r.get(), r.get(), &mont->RR, mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(expected.get(), a.get(), b.get(), m.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), text(expected)) << bits;
-
-        const bigint zero = small(0);
-        EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(r.get(), a.get(), zero.get(), mont.get(), scratch.get()), 0U);
-        EXPECT_EQ(text(r), "");
+        const bigint m = random.odd(bits), a = random.number(bits + 40), b = random.number(2 * bits + 1);
+        const bigint r = of({}), expected = of({});
+        ASSERT_EQ(set(m), 0U);
+        EXPECT_EQ(multiply(r, a, b) | multiply(r, r, &mont->RR), 0U); // (a b R^-1) R^2 R^-1 = a b
+        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(expected, a, b, m, pool()), 0U);
+        EXPECT_EQ(words_of(r), words_of(expected)) << bits;
+        EXPECT_EQ(multiply(r, a, of({})), 0U);
+        EXPECT_EQ(words_of(r), word_list{});
     }
 }
 
-TEST(Montgomery, ModuliWithALowWordOfOne)
+TEST_F(Montgomery, RefusesArguments)
 {
-    const pool scratch{ZRC_New_BIGINT_Pool()};
-    const context mont{zrc_New_BIGINT_MONT()};
-    for (const char* modulus : {"00000001", "0000000500000001"}) {
-        const bigint m{ZRC_HEX_To_BIGINT(modulus)};
-        EXPECT_EQ(zrc_Set_BIGINT_MONT(mont.get(), m.get(), scratch.get()), 0U);
-        EXPECT_EQ(mont->ninv0, 0xFFFFFFFFU);
-    }
-}
-
-TEST(Montgomery, RefusesArguments)
-{
-    const pool scratch{ZRC_New_BIGINT_Pool()};
-    const context mont{zrc_New_BIGINT_MONT()};
-    const bigint seven = small(7), six = small(6);
-    bigint r = small(9);
-
-    EXPECT_EQ(zrc_Free_BIGINT_MONT(nullptr), 0x04080049U);
-    EXPECT_EQ(zrc_Set_BIGINT_MONT(nullptr, seven.get(), scratch.get()), 0x04090049U);
-    EXPECT_EQ(zrc_Set_BIGINT_MONT(mont.get(), nullptr, scratch.get()), 0x04090049U);
-    EXPECT_EQ(zrc_Set_BIGINT_MONT(mont.get(), seven.get(), nullptr), 0x04090057U);
-    EXPECT_EQ(zrc_Set_BIGINT_MONT(mont.get(), six.get(), scratch.get()), 0x04090041U);
-    EXPECT_EQ(zrc_Set_BIGINT_MONT(mont.get(), ZRC_Value_Zero_BIGINT(), scratch.get()), 0x04090041U);
-
-    const auto multiply = [&](const ZRC_BIGINT* a, const ZRC_BIGINT_MONT* in, ZRC_BIGINT_POOL* from) {
-        return zrc_Mod_Mul_BIGINT_Montgomery(r.get(), a, seven.get(), in, from);
-    };
-    EXPECT_EQ(multiply(seven.get(), mont.get(), scratch.get()), 0x040B003EU) << "a context that is not set up";
-    EXPECT_EQ(zrc_BIGINT_from_Montgomery(r.get(), seven.get(), mont.get(), scratch.get()), 0x040C003EU);
-    ASSERT_EQ(zrc_Set_BIGINT_MONT(mont.get(), seven.get(), scratch.get()), 0U);
-    EXPECT_EQ(multiply(nullptr, mont.get(), scratch.get()), 0x040B0049U);
-    EXPECT_EQ(multiply(seven.get(), nullptr, scratch.get()), 0x040B0049U);
-    EXPECT_EQ(multiply(seven.get(), mont.get(), nullptr), 0x040B0057U);
-    EXPECT_EQ(zrc_BIGINT_from_Montgomery(nullptr, seven.get(), mont.get(), scratch.get()), 0x040C0049U);
-    EXPECT_EQ(zrc_BIGINT_from_Montgomery(r.get(), seven.get(), mont.get(), nullptr), 0x040C0057U);
-    EXPECT_EQ(text(r), "00000009");
-
-    ZRC_BIGINT full{nullptr, 0, 0, ZRC_BIGINT_STATIC};
-    EXPECT_EQ(zrc_Mod_Mul_BIGINT_Montgomery(&full, six.get(), six.get(), mont.get(), scratch.get()), 0x040B0016U);
-    EXPECT_EQ(zrc_BIGINT_from_Montgomery(&full, six.get(), mont.get(), scratch.get()), 0x040C0016U);
-    EXPECT_EQ(scratch->depth, -1);
+    const bigint seven = small(7), six = small(6), r = small(9);
+    ZRC_BIGINT_MONT* const in = mont.get();
+    fixed_value full{{}};
+    test::expect_codes({
+        {zrc_Free_BIGINT_MONT(nullptr), 0x04080049},
+        {zrc_Set_BIGINT_MONT(nullptr, seven, pool()), 0x04090049},
+        {set(nullptr), 0x04090049},
+        {zrc_Set_BIGINT_MONT(in, seven, nullptr), 0x04090057},
+        {set(six), 0x04090041},
+        {set(ZRC_Value_Zero_BIGINT()), 0x04090041},
+        {multiply(r, seven, seven), 0x040B003E}, // a context that is not set up
+        {back(r, seven), 0x040C003E},
+        {set(seven), 0},
+        {multiply(r, nullptr, seven), 0x040B0049},
+        {zrc_Mod_Mul_BIGINT_Montgomery(r, seven, seven, nullptr, pool()), 0x040B0049},
+        {zrc_Mod_Mul_BIGINT_Montgomery(r, seven, seven, in, nullptr), 0x040B0057},
+        {back(nullptr, seven), 0x040C0049},
+        {zrc_BIGINT_from_Montgomery(r, seven, in, nullptr), 0x040C0057},
+        {multiply(full, six, six), 0x040B0016},
+        {back(full, six), 0x040C0016},
+    });
+    EXPECT_EQ(words_of(r), word_list{9});
 }
 
 } // namespace

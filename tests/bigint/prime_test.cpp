@@ -1,21 +1,15 @@
-// Primes: the table, the sieve against the plain search, witnesses against plain arithmetic, published primes and
-// composites, generation of all sizes, quirks and codes.
+// Primes: the sieve against the plain search, witnesses against plain arithmetic, published primes and composites,
+// generation of all sizes, quirks and codes.
 #include "bigint/miller_rabin.hpp"
 #include "bigint/prime_sieve.hpp"
 #include "bigint/small_primes.hpp"
 #include "kestrim/bigint_arithmetic.h"
 #include "kestrim/bigint_prime.h"
 #include "kestrim/digest.h"
-#include "tests/bigint/bigint_value.hpp"
-#include "tests/vector_file.hpp"
+#include "tests/bigint/number_source.hpp"
 
-#include <algorithm>
 #include <climits>
-#include <cstdint>
-#include <gtest/gtest.h>
 #include <set>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -23,30 +17,6 @@ using test::bigint;
 using test::bytes;
 using test::of;
 using test::of_bytes;
-
-// A value of exactly `bits` bits.
-bigint random_value(test::repeatable& random, std::uint32_t bits)
-{
-    bytes data = random.data((bits + 7) / 8);
-    const unsigned top = (bits - 1) % 8;
-    data[0] = std::uint8_t((data[0] | 1U << top) & ((2U << top) - 1));
-    return of_bytes(data);
-}
-
-std::uint64_t value_of(const bigint& bn)
-{
-    std::uint64_t value = 0;
-    for (std::int32_t i = bn->length; i-- > 0;)
-        value = value << 32 | bn->data[i];
-    return value;
-}
-
-bool is_prime_by_division(std::uint64_t n)
-{
-    for (std::uint64_t d = 2; d * d <= n; ++d)
-        if (n % d == 0) return false;
-    return n >= 2;
-}
 
 // The odd primes that the sieve is to look at for candidates of `bits` bits.
 std::vector<std::uint32_t> sieving_primes(std::uint32_t bits)
@@ -65,13 +35,12 @@ struct {
 
 class Prime : public test::with_pool {
 protected:
-    std::int32_t test(const bigint& n, std::int32_t rounds) { return ZRC_Is_BIGINT_Prime_Ex(n.get(), rounds, pool()); }
+    std::int32_t test(const ZRC_BIGINT* n, std::int32_t rounds) { return ZRC_Is_BIGINT_Prime_Ex(n, rounds, pool()); }
 
-    std::uint64_t generated(std::int32_t bits)
+    void generate(std::int32_t bits)
     {
-        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), bits, pool()), 0U);
-        EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), std::uint32_t(bits));
-        return value_of(result_);
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_, bits, pool()), 0U);
+        EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_), std::uint32_t(bits));
     }
 
     bigint result_ = of({1});
@@ -79,19 +48,16 @@ protected:
 
 TEST_F(Prime, TableIsThePublishedOne)
 {
-    bytes little, big;
-    for (const std::uint16_t prime : zrc::small_prime) {
-        little.insert(little.end(), {std::uint8_t(prime), std::uint8_t(prime >> 8)});
-        big.insert(big.end(), {std::uint8_t(prime >> 8), std::uint8_t(prime)});
-    }
     const test::stanza expected = test::read_vectors("primes.txt", "table").at(0);
-    const auto sha256 = [](const bytes& data) {
-        bytes digest(32);
-        EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, data.data(), std::int32_t(data.size()), digest.data(), nullptr), 0U);
-        return digest;
-    };
-    EXPECT_EQ(sha256(little), expected["sha256_le16"]);
-    EXPECT_EQ(sha256(big), expected["sha256_be16"]);
+    for (const bool big_endian : {false, true}) {
+        bytes table, digest(32);
+        for (const std::uint16_t prime : zrc::small_prime) {
+            table.push_back(std::uint8_t(big_endian ? prime >> 8 : prime));
+            table.push_back(std::uint8_t(big_endian ? prime : prime >> 8));
+        }
+        EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, table.data(), std::int32_t(table.size()), digest.data(), nullptr), 0U);
+        EXPECT_EQ(digest, expected[big_endian ? "sha256_be16" : "sha256_le16"]);
+    }
 }
 
 TEST_F(Prime, PublishedPrimesAndCompositesAreTold)
@@ -103,25 +69,24 @@ TEST_F(Prime, PublishedPrimesAndCompositesAreTold)
     for (const test::stanza& vector : test::read_vectors("primes.txt", "composites")) {
         const bigint n = of_bytes(vector["value"]);
         EXPECT_EQ(test(n, 40), -1) << vector.place; // up to 39 witnesses, each wrong with 1/4 at most
-    }
-}
 
-// Strong pseudoprimes pass the bases that they are known to pass, and no more.
-TEST_F(Prime, WitnessesOfPublishedComposites)
-{
-    for (const test::stanza& vector : test::read_vectors("primes.txt", "composites")) {
-        const bigint n = of_bytes(vector["value"]);
+        // Strong pseudoprimes pass the bases that they are known to pass, and no more.
         zrc::witnessed_number number{std::size_t(n->length)};
         number.set(*n);
         const auto passes = [&](const bigint& base) {
             number.set_witness(*base);
             return zrc::test_witness(number) == zrc::verdict::probable_prime;
         };
-        const std::size_t passed = vector["passes"].at(0);
-        for (std::size_t i = 0; i < passed; ++i)
+        for (std::size_t i = 0; i < vector["passes"].at(0); ++i)
             EXPECT_TRUE(passes(of({zrc::small_prime.at(i)}))) << vector.place << " base " << zrc::small_prime.at(i);
         EXPECT_FALSE(passes(of_bytes(vector["witness"]))) << vector.place;
     }
+    // The odd part of n - 1 lies in high words: 3 2^41 + 1 is a factor of the Fermat number F_38;
+    EXPECT_EQ(test(of({1, 0x600}), 20), 1);
+    // 2^96 + 1, 2^64 + 1, 13 2^64 + 1, 3 2^39 + 1, 5 2^61 + 1, 2^103 + 1 are composite.
+    for (const test::word_list& composite : std::vector<test::word_list>{
+             {1, 0, 0, 1}, {1, 0, 1}, {1, 0, 13}, {1, 0x180}, {1, 0xA0000000}, {1, 0, 0, 0x80}})
+        EXPECT_EQ(test(of(composite), 20), -1);
 }
 
 TEST_F(Prime, AllWitnessesOfSmallNumbers)
@@ -134,22 +99,21 @@ TEST_F(Prime, AllWitnessesOfSmallNumbers)
     };
     const auto passes = [&](std::uint64_t a, std::uint64_t n) {
         if (a > n - 1) a %= n - 1;
-        std::uint64_t d = n - 1, s = 0;
-        for (; d % 2 == 0; d /= 2)
-            ++s;
-        if (power(a, d, n) == 1) return true;
-        for (std::uint64_t i = 0; i < s; ++i)
-            if (power(a, d << i, n) == n - 1) return true;
-        return false;
+        std::uint64_t d = n - 1;
+        while (d % 2 == 0)
+            d /= 2;
+        bool passed = power(a, d, n) == 1;
+        for (; d < n - 1; d *= 2)
+            passed = passed || power(a, d, n) == n - 1;
+        return passed;
     };
     zrc::witnessed_number first{1}, second{1};
     std::vector<std::uint32_t> numbers{65537, 0xFFFF, 0x10001 + 2}; // many squarings and none
     for (std::uint32_t n = 3; n < 300; n += 2)
         numbers.push_back(n);
     for (const std::uint32_t n : numbers) {
-        const bigint value = of({n});
-        first.set(*value);
-        second.set(*value);
+        first.set(*of({n}));
+        second.set(*of({n}));
         const std::uint32_t end = std::uint32_t{1} << first.bits();
         for (std::uint32_t a = end / 2; a < std::min(end, end / 2 + 300); ++a) {
             const std::uint32_t other = end - 1 - (a - end / 2);
@@ -162,24 +126,10 @@ TEST_F(Prime, AllWitnessesOfSmallNumbers)
     }
 }
 
-// The odd part of n - 1 lies in high words.
-TEST_F(Prime, NumbersWithManyZeroBits)
-{
-    // 3 2^41 + 1 is a factor of the Fermat number F_38.
-    EXPECT_EQ(test(of({1, 0x600}), 20), 1);
-    // 2^96 + 1, 2^64 + 1, 13 2^64 + 1, 3 2^39 + 1, 5 2^61 + 1, 2^103 + 1
-    for (const test::word_list& composite : std::vector<test::word_list>{
-             {1, 0, 0, 1}, {1, 0, 1}, {1, 0, 13}, {1, 0x180}, {1, 0xA0000000}, {1, 0, 0, 0x80}})
-        EXPECT_EQ(test(of(composite), 20), -1);
-}
-
 TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
 {
-    for (const std::int32_t rounds : {1, 0, -1, INT_MIN}) {
-        EXPECT_EQ(test(of({3}), rounds), -1);
-        EXPECT_EQ(test(of({0xFFFFFFFB}), rounds), -1);
-        EXPECT_EQ(test(of({2}), rounds), 1);
-    }
+    for (const std::int32_t rounds : {1, 0, -1, INT_MIN})
+        EXPECT_TRUE(test(of({3}), rounds) == -1 && test(of({0xFFFFFFFB}), rounds) == -1 && test(of({2}), rounds) == 1);
     for (const std::int32_t rounds : {2, 3, 17}) {
         draws = {};
         EXPECT_EQ(test(of({0xFFFFFFFB}), rounds), 1);
@@ -190,26 +140,22 @@ TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
 
 TEST_F(Prime, NumbersThatAreNotTested)
 {
+    const std::pair<test::word_list, std::int32_t> answers[] = {{{}, 0},     {{0}, 0},  {{0, 0}, 0},  {{4}, 0},
+                                                                {{2, 1}, 0}, {{1}, -1}, {{1, 0}, -1}, {{2, 0, 0}, 1}};
     for (const std::int32_t rounds : {1, 10}) {
-        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(nullptr, rounds, pool()), 0);
+        EXPECT_EQ(test(nullptr, rounds), 0);
         EXPECT_EQ(ZRC_Is_BIGINT_Prime(nullptr, rounds, pool(), 0), 0);
-        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(ZRC_Value_Zero_BIGINT(), rounds, pool()), 0);
-        EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(ZRC_Value_One_BIGINT(), rounds, pool()), -1);
-        EXPECT_EQ(test(of({}), rounds), 0);
-        EXPECT_EQ(test(of({0, 0}), rounds), 0);
-        EXPECT_EQ(test(of({4}), rounds), 0);
-        EXPECT_EQ(test(of({2, 1}), rounds), 0);
-        EXPECT_EQ(test(of({1, 0}), rounds), -1);
-        EXPECT_EQ(test(of({2, 0, 0}), rounds), 1);
+        for (const auto& [words, answer] : answers)
+            EXPECT_EQ(test(of(words), rounds), answer);
     }
     EXPECT_EQ(test(of({13, 0, 0}), 10), 1); // not normalised
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(of({13}).get(), 10, nullptr), 1);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(of({13}), 10, nullptr), 1);
 }
 
 // delta as the plain loop finds it, up to several windows of the sieve's.
 TEST_F(Prime, SieveFindsWhatThePlainSearchFinds)
 {
-    test::repeatable random{44};
+    test::number_source random{44};
     std::uint32_t largest = 0;
     std::vector<std::uint32_t> sizes{96, 127, 500, 512, 1000, 1024, 1025, 2048, 4100};
     for (std::uint32_t bits = 2; bits < 70; ++bits)
@@ -218,13 +164,12 @@ TEST_F(Prime, SieveFindsWhatThePlainSearchFinds)
         zrc::prime_sieve sieve{bits};
         const std::vector<std::uint32_t> primes = sieving_primes(bits);
         for (int i = 0; i < 24; ++i) {
-            const bigint candidate = random_value(random, bits);
-            candidate->data[0] |= 1;
+            const bigint candidate = random.odd(bits);
             std::uint32_t delta = 0;
             const auto refuses = [&](std::uint32_t prime) {
-                return (ZRC_Mod_BIGINT_Word(candidate.get(), prime) + delta) % prime <= 1;
+                return (ZRC_Mod_BIGINT_Word(candidate, prime) + delta) % prime <= 1;
             };
-            while (std::any_of(primes.begin(), primes.end(), refuses))
+            while (std::ranges::any_of(primes, refuses))
                 delta += 2;
             ASSERT_EQ(sieve.find(*candidate), delta) << bits;
             largest = std::max(largest, delta);
@@ -236,15 +181,19 @@ TEST_F(Prime, SieveFindsWhatThePlainSearchFinds)
 // Each odd prime that the search can come to, and no other number, comes.
 TEST_F(Prime, GeneratedPrimesOfFewBits)
 {
-    for (std::int32_t bits = 2; bits <= 8; ++bits) {
-        std::set<std::uint64_t> possible, seen;
-        const std::vector<std::uint32_t> primes = sieving_primes(std::uint32_t(bits));
-        for (std::uint64_t n = (std::uint64_t{1} << (bits - 1)) + 1; n >> bits == 0; n += 2) {
-            const auto refuses = [&](std::uint32_t prime) { return n % prime <= 1; };
-            if (is_prime_by_division(n) && std::none_of(primes.begin(), primes.end(), refuses)) possible.insert(n);
+    for (std::uint32_t bits = 2; bits <= 8; ++bits) {
+        std::set<std::uint32_t> possible, seen;
+        const std::vector<std::uint32_t> primes = sieving_primes(bits);
+        for (std::uint32_t n = (1U << (bits - 1)) + 1; n >> bits == 0; n += 2) {
+            bool good = std::ranges::none_of(primes, [&](std::uint32_t prime) { return n % prime <= 1; });
+            for (std::uint32_t d = 3; d * d <= n; d += 2)
+                good = good && n % d != 0;
+            if (good) possible.insert(n);
         }
-        for (int i = 0; i < 500; ++i)
-            seen.insert(generated(bits));
+        for (int i = 0; i < 500; ++i) {
+            generate(std::int32_t(bits));
+            seen.insert(ZRC_Get_BIGINT_Word(result_));
+        }
         EXPECT_EQ(seen, possible) << bits;
     }
 }
@@ -252,35 +201,34 @@ TEST_F(Prime, GeneratedPrimesOfFewBits)
 // The second candidate of the last pair has met one witness, too.
 TEST_F(Prime, GeneratedPrimesHaveMetTheWitnessesOfTheTable)
 {
-    constexpr struct {
-        std::int32_t bits, witnesses;
-    } kRows[] = {{128, 38}, {149, 38}, {150, 20}, {199, 20}, {200, 16}, {249, 16}, {250, 13}, {299, 13},
-                 {300, 10}, {349, 10}, {350, 9},  {399, 9},  {400, 8},  {449, 8},  {450, 7},  {549, 7},
-                 {550, 6},  {649, 6},  {650, 5},  {849, 5},  {850, 4},  {1024, 4}, {1299, 4}, {1300, 3}};
-    for (const auto& row : kRows) {
+    constexpr std::pair<std::int32_t, int> kWitnesses[] = {
+        {128, 38}, {149, 38}, {150, 20}, {199, 20}, {200, 16}, {249, 16}, {250, 13}, {299, 13},
+        {300, 10}, {349, 10}, {350, 9},  {399, 9},  {400, 8},  {449, 8},  {450, 7},  {549, 7},
+        {550, 6},  {649, 6},  {650, 5},  {849, 5},  {850, 4},  {1024, 4}, {1299, 4}, {1300, 3}};
+    for (const auto& [bits, witnesses] : kWitnesses) {
         draws = {};
-        generated(row.bits);
-        EXPECT_EQ(draws.witnesses, row.witnesses + 1) << row.bits;
-        EXPECT_TRUE(draws.odd >= 2 && draws.bits == row.bits) << row.bits;
-        for (const std::uint32_t prime : sieving_primes(std::uint32_t(row.bits)))
-            ASSERT_GT(ZRC_Mod_BIGINT_Word(result_.get(), prime), 1U) << prime;
+        generate(bits);
+        EXPECT_EQ(draws.witnesses, witnesses + 1) << bits;
+        EXPECT_TRUE(draws.odd >= 2 && draws.bits == bits) << bits;
+        for (const std::uint32_t prime : sieving_primes(std::uint32_t(bits)))
+            ASSERT_GT(ZRC_Mod_BIGINT_Word(result_, prime), 1U) << prime;
     }
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), 160, nullptr), 0U);
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), 160U);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_, 160, nullptr), 0U);
+    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_), 160U);
 }
 
 TEST_F(Prime, LegacyGeneratorServesThePlainFunctions)
 {
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 3, pool(), 0), 1);
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFD}).get(), 10, nullptr, ZRC_SHA256), -1);
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 1, pool(), 0), -1);
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), 1300, pool(), 0), 0U); // asks for few random values
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_.get()), 1300U);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}), 3, pool(), 0), 1);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFD}), 10, nullptr, ZRC_SHA256), -1);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}), 1, pool(), 0), -1);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_, 1300, pool(), 0), 0U); // asks for few random values
+    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(result_), 1300U);
     EXPECT_EQ(test(result_, 5), 1);
 
     constexpr std::int32_t kUnknown = 0x7777;
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}).get(), 3, pool(), kUnknown), 0);
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), 64, pool(), kUnknown), 0x041E004DU);
+    EXPECT_EQ(ZRC_Is_BIGINT_Prime(of({0xFFFFFFFB}), 3, pool(), kUnknown), 0);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_, 64, pool(), kUnknown), 0x041E004DU);
 }
 
 TEST_F(Prime, CodesOfGeneration)
@@ -288,24 +236,18 @@ TEST_F(Prime, CodesOfGeneration)
     EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(nullptr, 64, pool()), 0x041E0049U);
     EXPECT_EQ(ZRC_Generate_BIGINT_Prime(nullptr, 64, pool(), 0), 0x041E0049U);
     for (const std::int32_t bits : {1, 0, -1, INT_MIN, INT_MAX}) {
-        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), bits, pool()), 0x041E004DU);
-        EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_.get(), bits, nullptr, 0), 0x041E004DU);
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_, bits, pool()), 0x041E004DU);
+        EXPECT_EQ(ZRC_Generate_BIGINT_Prime(result_, bits, nullptr, 0), 0x041E004DU);
     }
+    test::fixed_value fixed{{0, 0}};
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(fixed, 65, pool()), 0x041E004DU);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(fixed, 64, pool()), 0U);
+    EXPECT_TRUE(fixed.bn.data == fixed.words.data() && fixed.bn.length == 2 && test(fixed, 20) == 1);
 
-    std::uint32_t words[2];
-    ZRC_BIGINT fixed{words, 0, 2, ZRC_BIGINT_STATIC};
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(&fixed, 65, pool()), 0x041E004DU);
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(&fixed, 64, pool()), 0U);
-    EXPECT_TRUE(fixed.data == words && fixed.length == 2);
-    EXPECT_EQ(ZRC_Is_BIGINT_Prime_Ex(&fixed, 20, pool()), 1);
-}
-
-TEST_F(Prime, PoolWithoutRoomForAFrame)
-{
-    int frames = 0;
-    while (ZRC_Start_BIGINT_Pool(pool()) == 0) // until all 80 are open
+    int frames = 0; // a pool without room for a frame
+    while (ZRC_Start_BIGINT_Pool(pool()) == 0)
         ++frames;
-    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_.get(), 64, pool()), 0x041E0057U);
+    EXPECT_EQ(ZRC_Generate_BIGINT_Prime_Ex(result_, 64, pool()), 0x041E0057U);
     EXPECT_EQ(test(of({13}), 2), 0);
     EXPECT_EQ(test(of({13}), 1), -1);
     while (frames-- > 0)

@@ -1,17 +1,11 @@
-// Arithmetic on private numbers: the same results as the ordinary functions, over every operand, and nothing by halves.
+// Arithmetic on private numbers: the same results as the ordinary functions,
+// over every operand, and nothing by halves.
 #include "bigint/secret_arithmetic.hpp"
 #include "kestrim/bigint_arithmetic.h"
 #include "tests/allocator.hpp"
-#include "tests/bigint/bigint_value.hpp"
+#include "tests/bigint/number_source.hpp"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <gtest/gtest.h>
-#include <random>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -25,80 +19,73 @@ const operation kModMul = [](auto* r, auto& x) { return zrc::secret_mod_mul(r, x
 const operation kModSub = [](auto* r, auto& x) { return zrc::secret_mod_sub(r, x[0], x[1], x[2]); };
 const operation kMulAdd = [](auto* r, auto& x) { return zrc::secret_mul_add(r, x[0], x[1], x[2]); };
 const operation kSubWord = [](auto* r, auto& x) { return zrc::secret_sub_word(r, x[0], 5); };
+const std::pair<operation, std::size_t> kAll[] = {{kMod, 2}, {kModMul, 3}, {kModSub, 3}, {kMulAdd, 3}, {kSubWord, 1}};
 
 // Into another object, and over each operand.
 void expect_result(const operation& run, const operands& x, const bigint& expected, const char* what)
 {
     for (std::size_t over = 0; over <= x.size(); ++over) {
         operands arguments = x;
-        const bigint r = test::of(over < x.size() ? test::words_of(*x[over]) : word_list{9});
-        if (over < x.size()) arguments[over] = r.get();
-        EXPECT_TRUE(run(r.get(), arguments));
+        const bigint r = over < x.size() ? bigint{ZRC_Dup_BIGINT(x[over])} : test::of({9});
+        if (over < x.size()) arguments[over] = r;
+        EXPECT_TRUE(run(r, arguments));
         EXPECT_EQ(test::words_of(r), test::words_of(expected)) << what << " over operand " << over;
     }
 }
 
-// Random, all ones, 2^k, and zero words on top, which a modulus does not have: instead some are ones behind a top just
-// above 2^63, where estimated quotients have the largest errors.
-class number_source {
+// Moduli have no zero words on top, as other numbers may. Some are ones behind a top just above 2^63, where estimated
+// quotients have the largest errors.
+class number_source : public test::number_source {
 public:
+    using test::number_source::number_source;
+
     bigint number(std::size_t words, bool modulus = false)
     {
-        word_list value(words);
-        const auto kind = random_() % 4;
-        const bool low_top = modulus && kind == 2 && words > 2;
-        for (std::uint32_t& word : value)
-            word = kind == 0 ? 0 : kind == 1 || low_top ? UINT32_MAX : std::uint32_t(random_());
-        if (words != 0 && (modulus || kind == 0)) value.back() |= random_() % 2 == 0 ? 1 : 0x80000000U;
-        if (words > 1 && !modulus && kind == 2) value.back() = value[words / 2] = 0;
-        if (low_top) {
+        word_list value = this->words(words);
+        if (modulus && words > 2 && below(4) == 0) {
+            std::fill(value.begin(), value.end() - 2, UINT32_MAX);
+            value[words - 2] = below(1 << 24);
             value.back() = 0x80000000U;
-            value[words - 2] = std::uint32_t(random_() >> 8);
         }
+        if (modulus) value.back() |= below(2) == 0 ? 1 : 0x80000000U;
+        if (words > 1 && !modulus && below(4) == 0) value.back() = value[words / 2] = 0;
         return test::of(value);
     }
-
-private:
-    std::mt19937 random_{1};
 };
 
 using SecretArithmetic = test::with_pool;
 
 TEST_F(SecretArithmetic, AgreesWithTheOrdinaryFunctions)
 {
-    number_source source;
+    number_source source{1};
+    const bigint r = test::of({}), sum = test::of({}), five = test::of({5});
     for (const std::size_t n : {1U, 2U, 3U, 4U, 5U, 7U, 8U, 16U, 17U, 32U, 33U, 63U, 64U, 65U, 128U}) {
         for (const std::size_t a_words : {std::size_t{0}, std::size_t{1}, n - 1, n, n + 1, 2 * n, 2 * n + 3}) {
             for (const std::size_t b_words : {std::size_t{0}, n / 2, n, n + 2}) {
                 SCOPED_TRACE(testing::Message() << a_words << ", " << b_words << " mod " << n);
                 const bigint a = source.number(a_words), b = source.number(b_words), m = source.number(n, true);
-                const bigint r{ZRC_New_BIGINT()}, sum{ZRC_New_BIGINT()};
-                ASSERT_EQ(ZRC_Div_BIGINT(nullptr, r.get(), a.get(), m.get(), pool()), 0U);
-                expect_result(kMod, {a.get(), m.get()}, r, "mod");
-                ASSERT_EQ(ZRC_Mod_Mtp_BIGINT(r.get(), a.get(), b.get(), m.get(), pool()), 0U);
-                expect_result(kModMul, {a.get(), b.get(), m.get()}, r, "mod_mul");
-                ASSERT_EQ(ZRC_Mod_Sub_BIGINT(r.get(), a.get(), b.get(), m.get(), pool()), 0U);
-                expect_result(kModSub, {a.get(), b.get(), m.get()}, r, "mod_sub");
-                ASSERT_EQ(ZRC_Mtp_BIGINT(r.get(), b.get(), m.get(), pool()), 0U);
+                ASSERT_EQ(ZRC_Div_BIGINT(nullptr, r, a, m, pool()), 0U);
+                expect_result(kMod, {a, m}, r, "mod");
+                ASSERT_EQ(ZRC_Mod_Mtp_BIGINT(r, a, b, m, pool()), 0U);
+                expect_result(kModMul, {a, b, m}, r, "mod_mul");
+                ASSERT_EQ(ZRC_Mod_Sub_BIGINT(r, a, b, m, pool()), 0U);
+                expect_result(kModSub, {a, b, m}, r, "mod_sub");
+                ASSERT_EQ(ZRC_Mtp_BIGINT(r, b, m, pool()), 0U);
                 if (b_words == 0) r->length = 0; // ZRC_Mtp_BIGINT gives 1
-                ASSERT_EQ(ZRC_Add_BIGINT(sum.get(), r.get(), a.get()), 0U);
-                expect_result(kMulAdd, {b.get(), m.get(), a.get()}, sum, "mul_add");
-                if (zrc::secret_less(a.get(), test::of({5}).get())) continue;
-                ASSERT_EQ(ZRC_Sub_BIGINT(r.get(), a.get(), test::of({5}).get()), 0U);
-                expect_result(kSubWord, {a.get()}, r, "sub_word");
+                ASSERT_EQ(ZRC_Add_BIGINT(sum, r, a), 0U);
+                expect_result(kMulAdd, {b, m, a}, sum, "mul_add");
+                if (zrc::secret_less(a, five)) continue;
+                ASSERT_EQ(ZRC_Sub_BIGINT(r, a, five), 0U);
+                expect_result(kSubWord, {a}, r, "sub_word");
             }
         }
     }
-}
-
-// What the iteration for its reciprocal lacks in the end is as much as it can be, and a quotient depends on that.
-TEST_F(SecretArithmetic, DivisorWithTheWorstReciprocal)
-{
-    const bigint m{ZRC_HEX_To_BIGINT("800000004E32D3E50000000000000000")}, r{ZRC_New_BIGINT()};
+    // What the iteration for its reciprocal lacks in the end is as much as it can be, and a quotient depends on that.
+    const bigint m{ZRC_HEX_To_BIGINT("800000004E32D3E50000000000000000")};
     const bigint a{ZRC_HEX_To_BIGINT("FF5FFFFF3AFF9AFFFFFFFFFFFFFFFFFFFFFFFF35FFFFFFFF"
                                      "FF34FFFFFFFFFFFFFFFFE7FFFFFFFFFFFFFFFFFF41FF56FF")};
-    ASSERT_EQ(ZRC_Div_BIGINT(nullptr, r.get(), a.get(), m.get(), pool()), 0U);
-    expect_result(kMod, {a.get(), m.get()}, r, "mod");
+    ASSERT_EQ(ZRC_Div_BIGINT(nullptr, r, a, m, pool()), 0U);
+    expect_result(kMod, {a, m}, r, "mod");
 }
 
 TEST_F(SecretArithmetic, Comparisons)
@@ -118,53 +105,47 @@ TEST_F(SecretArithmetic, Comparisons)
             for (const word_list& first : rows[i])
                 for (const word_list& second : rows[j]) {
                     const bigint a = test::of(first), b = test::of(second);
-                    EXPECT_EQ(zrc::secret_equal(a.get(), b.get()), i == j) << i << ' ' << j;
-                    EXPECT_EQ(zrc::secret_less(a.get(), b.get()), i < j) << i << ' ' << j;
-                    EXPECT_EQ(zrc::secret_is_one(a.get()), i == 1) << i;
+                    EXPECT_EQ(zrc::secret_equal(a, b), i == j) << i << ' ' << j;
+                    EXPECT_EQ(zrc::secret_less(a, b), i < j) << i << ' ' << j;
+                    EXPECT_EQ(zrc::secret_is_one(a), i == 1) << i;
                 }
     const bigint one = test::of({1});
-    EXPECT_FALSE(zrc::secret_is_one(nullptr) || zrc::secret_equal(nullptr, one.get()) ||
-                 zrc::secret_equal(one.get(), nullptr) || zrc::secret_less(nullptr, one.get()) ||
-                 zrc::secret_less(one.get(), nullptr));
+    EXPECT_FALSE(zrc::secret_is_one(nullptr) || zrc::secret_equal(nullptr, one) || zrc::secret_equal(one, nullptr) ||
+                 zrc::secret_less(nullptr, one) || zrc::secret_less(one, nullptr));
 }
 
 TEST_F(SecretArithmetic, RefusesArguments)
 {
-    const bigint seven = test::of({7}), four = test::of({4}), r = test::of({9});
-    const std::pair<operation, std::size_t> kAll[] = {
-        {kMod, 2}, {kModMul, 3}, {kModSub, 3}, {kMulAdd, 3}, {kSubWord, 1}};
+    const bigint seven = test::of({7}), r = test::of({9});
     for (const auto& [run, count] : kAll) {
-        const operands good(count, seven.get());
+        const operands good(count, seven);
         EXPECT_FALSE(run(nullptr, good));
         for (std::size_t i = 0; i < count; ++i) {
             operands bad = good;
             bad[i] = nullptr;
-            EXPECT_FALSE(run(r.get(), bad)) << i;
+            EXPECT_FALSE(run(r, bad)) << i;
         }
     }
     for (const word_list& modulus : {word_list{}, {0}, {7, 0}}) {
         const bigint m = test::of(modulus);
-        EXPECT_FALSE(kMod(r.get(), {seven.get(), m.get()}));
-        EXPECT_FALSE(kModMul(r.get(), {seven.get(), seven.get(), m.get()}));
-        EXPECT_FALSE(kModSub(r.get(), {seven.get(), seven.get(), m.get()}));
+        EXPECT_FALSE(kMod(r, {seven, m}) || kModMul(r, {seven, seven, m}) || kModSub(r, {seven, seven, m}));
     }
-    EXPECT_FALSE(kSubWord(r.get(), {four.get()}));
+    EXPECT_FALSE(kSubWord(r, {test::of({4})}));
     EXPECT_EQ(test::words_of(r), word_list{9});
 }
 
 TEST_F(SecretArithmetic, WithoutMemoryTheResultIsAsBeforeAndNothingStaysBehind)
 {
-    number_source source;
+    number_source source{1};
     const bigint a = source.number(40), b = source.number(30, true), m = source.number(32, true);
-    const operands x{a.get(), b.get(), m.get()};
-    for (const operation& run : {kMod, kModMul, kModSub, kMulAdd, kSubWord}) {
+    for (const auto& [run, count] : kAll) {
         int failures = 0;
         for (bool done = false; !done; ++failures) {
             const bigint r = test::of({9});
             {
                 const test::release_watch watch;
                 test::allocations_until_failure = failures;
-                done = run(r.get(), x);
+                done = run(r, {a, b, m});
                 test::allocations_until_failure = -1;
                 EXPECT_LE(watch.live_blocks(), done ? 1U : 0U);
             }

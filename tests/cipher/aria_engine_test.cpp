@@ -1,45 +1,25 @@
 // The ARIA engine: tables, schedules and single blocks against RFC 5794, kernels against each other.
 #include "cipher/aria_engine.hpp"
 #include "cipher/aria_tables.hpp"
-#include "tests/cipher/kernels_equal.hpp"
-#include "tests/vector_file.hpp"
-
-#include <algorithm>
-#include <cstring>
-#include <gtest/gtest.h>
+#include "tests/cipher/engine.hpp"
 
 namespace {
 
 using test::bytes;
+using test::same;
 
 constexpr std::uint32_t kBadInput = 0x0201002B;
 
-ZRC_ARIA_KEY filled(std::uint8_t value)
-{
-    ZRC_ARIA_KEY schedule;
-    std::memset(&schedule, value, sizeof schedule);
-    return schedule;
-}
-
-bool same(const ZRC_ARIA_KEY& a, const ZRC_ARIA_KEY& b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
 ZRC_ARIA_KEY keyed(decltype(zrc_Init_Encrypt_ARIA_Key)* init, const bytes& key)
 {
-    ZRC_ARIA_KEY schedule = filled(0);
+    ZRC_ARIA_KEY schedule = test::filled<ZRC_ARIA_KEY>(0);
     EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &schedule), 0U);
     return schedule;
 }
 
 std::string hex_words(const std::uint32_t* words, std::size_t count)
 {
-    bytes data;
-    for (std::size_t i = 0; i < count; ++i)
-        for (int shift = 24; shift >= 0; shift -= 8)
-            data.push_back(std::uint8_t(words[i] >> shift));
-    return test::hex(data);
+    return test::hex_words(std::span{words, count});
 }
 
 TEST(AriaEngine, TablesAreThoseOfTheStandard)
@@ -84,9 +64,9 @@ TEST(AriaEngine, ExpandsKeys)
         EXPECT_EQ(round_keys[words], 0xFEEDBEEF) << "nothing behind the round keys is written";
 
         // Each direction fills its own half, to the end, and keeps the other.
-        const std::string rest(8 * (68 - words), '0'), other = hex_words(filled(0xA5).encrypt, 68);
+        const std::string rest(8 * (68 - words), '0'), other = hex_words(test::filled<ZRC_ARIA_KEY>(0xA5).encrypt, 68);
         for (const bool encryption_first : {true, false}) {
-            ZRC_ARIA_KEY both = filled(0xA5);
+            ZRC_ARIA_KEY both = test::filled<ZRC_ARIA_KEY>(0xA5);
             for (const bool encrypting : {encryption_first, !encryption_first}) {
                 const auto init = encrypting ? zrc_Init_Encrypt_ARIA_Key : zrc_Init_Decrypt_ARIA_Key;
                 EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &both), 0U);
@@ -99,7 +79,7 @@ TEST(AriaEngine, ExpandsKeys)
 
         const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, key);
         const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, key);
-        ZRC_ARIA_KEY recovered = filled(0xA5);
+        ZRC_ARIA_KEY recovered = test::filled<ZRC_ARIA_KEY>(0xA5);
         zrc::aria_forward_schedule(backward, recovered);
         EXPECT_TRUE(same(recovered, forward)) << vector.place;
     }
@@ -109,7 +89,7 @@ TEST(AriaEngine, RefusesOtherKeys)
 {
     const bytes key(40, 0x11);
     std::uint32_t round_keys[68]{}, untouched[68]{};
-    const ZRC_ARIA_KEY before = filled(0xA5);
+    const ZRC_ARIA_KEY before = test::filled<ZRC_ARIA_KEY>(0xA5);
     for (const auto init : {zrc_Init_Encrypt_ARIA_Key, zrc_Init_Decrypt_ARIA_Key}) {
         ZRC_ARIA_KEY schedule = before;
         for (const std::uint32_t length : {0U, 8U, 15U, 17U, 20U, 31U, 33U, 40U, 128U, 0x20000010U, 0xFFFFFFFFU})
@@ -134,16 +114,13 @@ TEST(AriaEngine, CryptsSingleBlocks)
             const bytes& plain = vector["plaintext"];
             const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, vector["key"]);
             const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, vector["key"]);
-            bytes data(plain.size());
-            for (std::size_t i = 0; i < plain.size(); i += 16)
-                zrc_ARIA_Encrypt_Block(&plain[i], &data[i], &forward);
-            EXPECT_EQ(test::hex(data), test::hex(vector["ciphertext"])) << vector.place;
-            for (std::size_t i = 0; i < plain.size(); i += 16)
-                zrc_ARIA_Decrypt_Block(&data[i], &data[i], &backward);
-            EXPECT_EQ(test::hex(data), test::hex(plain)) << vector.place;
+            const bytes& coded = vector["ciphertext"];
+            test::expect_blocks(zrc_ARIA_Encrypt_Block, forward, plain, coded, vector.place, 16);
+            test::expect_blocks(zrc_ARIA_Decrypt_Block, backward, coded, plain, vector.place, 16);
 
             // Keyed for the other direction: no crash, and not the right answer.
-            zrc_ARIA_Decrypt_Block(vector["ciphertext"].data(), data.data(), &forward);
+            bytes data(16);
+            zrc_ARIA_Decrypt_Block(coded.data(), data.data(), &forward);
             EXPECT_NE(std::memcmp(data.data(), plain.data(), 16), 0);
         }
     }
@@ -152,23 +129,12 @@ TEST(AriaEngine, CryptsSingleBlocks)
 TEST(AriaEngine, DoesNothingWithoutAKey)
 {
     for (const std::uint32_t rounds : {0U, 1U, 13U, 18U, 0xFFFFFFFFU}) {
-        ZRC_ARIA_KEY schedule = filled(0);
+        ZRC_ARIA_KEY schedule = test::filled<ZRC_ARIA_KEY>(0);
         schedule.rounds = rounds;
-        const bytes in(16 * 70, 0x11), before(in.size(), 0x22), iv(16, 0x33);
-        bytes out = before, chain = iv;
-        zrc_ARIA_Encrypt_Block(in.data(), out.data(), &schedule);
-        zrc_ARIA_Decrypt_Block(in.data(), out.data(), &schedule);
-        for (const auto& kernel : zrc::aria_kernels.list()) {
-            if (!zrc::cpu_has(kernel.needs)) continue;
-            for (int mode = 0; mode <= int(zrc::block_mode::ctr); ++mode)
-                kernel.run(schedule, zrc::block_mode(mode), chain.data(), in.data(), out.data(), 70);
-        }
-        EXPECT_EQ(out, before);
-        EXPECT_EQ(chain, iv);
-
-        ZRC_ARIA_KEY forward = filled(0xA5);
+        test::expect_nothing_done(zrc::aria_kernels, zrc_ARIA_Encrypt_Block, zrc_ARIA_Decrypt_Block, schedule);
+        ZRC_ARIA_KEY forward = test::filled<ZRC_ARIA_KEY>(0xA5);
         zrc::aria_forward_schedule(schedule, forward);
-        EXPECT_TRUE(same(forward, filled(0)));
+        EXPECT_TRUE(same(forward, test::filled<ZRC_ARIA_KEY>(0)));
     }
 }
 
@@ -177,8 +143,8 @@ TEST(AriaEngine, KernelsAreEqual)
     test::repeatable random{5794};
     for (const std::size_t length : {16U, 24U, 32U}) {
         const bytes key = random.data(length);
-        expect_kernels_equal<ZRC_ARIA_KEY>(zrc::aria_kernels, keyed(zrc_Init_Encrypt_ARIA_Key, key),
-                                           keyed(zrc_Init_Decrypt_ARIA_Key, key), 16, 2 * 64 + 5);
+        test::expect_kernels_equal<ZRC_ARIA_KEY>(zrc::aria_kernels, keyed(zrc_Init_Encrypt_ARIA_Key, key),
+                                                 keyed(zrc_Init_Decrypt_ARIA_Key, key), 16, 2 * 64 + 5);
     }
 }
 

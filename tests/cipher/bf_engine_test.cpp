@@ -2,8 +2,9 @@
 // single blocks.
 #include "cipher/bf_engine.hpp"
 #include "cipher/bf_tables.hpp"
+#include "core/bytes.hpp"
 #include "kestrim_crypto.h"
-#include "tests/cipher/small_blocks.hpp"
+#include "tests/cipher/engine.hpp"
 
 namespace {
 
@@ -20,17 +21,15 @@ ZRC_BF_KEY keyed(const bytes& key)
 std::string checksum(const ZRC_BF_KEY& schedule)
 {
     bytes data;
-    const auto append = [&](std::span<const std::uint32_t> words) {
-        for (const std::uint32_t word : words)
-            for (int shift = 24; shift >= 0; shift -= 8)
-                data.push_back(std::uint8_t(word >> shift));
+    const auto append = [&](std::uint32_t word) {
+        data.resize(data.size() + 4);
+        zrc::store_be32(data.data() + data.size() - 4, word);
     };
-    append(schedule.p);
+    std::ranges::for_each(schedule.p, append);
     for (const auto& box : schedule.s)
-        append(box);
+        std::ranges::for_each(box, append);
     bytes digest(32);
-    std::int32_t length = 0;
-    EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, data.data(), std::int32_t(data.size()), digest.data(), &length), 0U);
+    EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, data.data(), std::int32_t(data.size()), digest.data(), nullptr), 0U);
     return test::hex(digest);
 }
 

@@ -1,7 +1,7 @@
 // The engines of DES and triple DES: schedules and single blocks against FIPS 46-3, SP 800-17, SP 800-20 and SP
 // 800-67, kernels against single blocks.
 #include "cipher/des_engine.hpp"
-#include "tests/cipher/small_blocks.hpp"
+#include "tests/cipher/engine.hpp"
 
 namespace {
 

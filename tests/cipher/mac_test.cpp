@@ -1,16 +1,14 @@
 // CBC-MAC over every block cipher, and DES-MAC: vectors, messages in pieces, and every code of the headers.
 #include "kestrim_crypto.h"
+#include "tests/support.hpp"
 #include "tests/vector_file.hpp"
-
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace {
 
 using test::bytes;
 using test::hex;
 
-using unit_ptr = std::unique_ptr<ZRC_CBC_MAC_UNIT, decltype([](auto* unit) { ZRC_Free_CBC_MAC_Unit(unit); })>;
+using unit_ptr = test::owned<ZRC_CBC_MAC_UNIT, ZRC_Free_CBC_MAC_Unit>;
 
 constexpr std::pair<std::int32_t, const char*> kMacs[] = {
     {ZRC_AES_128, "AES-128"},   {ZRC_AES_192, "AES-192"},   {ZRC_AES_256, "AES-256"},  {ZRC_ARIA_128, "ARIA-128"},
@@ -43,8 +41,8 @@ TEST(CbcMac, Vectors)
 TEST(CbcMac, TheChainStaysAfterFinalAndRefusedUpdates)
 {
     const unit_ptr unit{ZRC_New_CBC_MAC_Unit()};
-    const auto init = [&](std::int32_t id) { return ZRC_Init_CBC_MAC(unit.get(), id, kKey.data()); };
-    const auto update = [&](std::int32_t length) { return ZRC_Update_CBC_MAC(unit.get(), kMessage.data(), length); };
+    const auto init = [&](std::int32_t id) { return ZRC_Init_CBC_MAC(unit, id, kKey.data()); };
+    const auto update = [&](std::int32_t length) { return ZRC_Update_CBC_MAC(unit, kMessage.data(), length); };
     for (const std::int32_t id : {ZRC_AES_128, ZRC_DES}) {
         ASSERT_EQ(init(id), 0U);
         EXPECT_EQ(update(16), 0U);
@@ -53,10 +51,10 @@ TEST(CbcMac, TheChainStaysAfterFinalAndRefusedUpdates)
         for (const std::size_t absorbed : {16U, 16U, 48U}) {
             EXPECT_EQ(update(absorbed == 48 ? 32 : 0), 0U);
             bytes mac(unit->cipher->block_length);
-            EXPECT_EQ(ZRC_Final_CBC_MAC(unit.get(), mac.data(), nullptr), 0U);
+            EXPECT_EQ(ZRC_Final_CBC_MAC(unit, mac.data(), nullptr), 0U);
             EXPECT_EQ(hex(mac), mac_of(id, kKey, bytes(absorbed, 0xC3)));
         }
-        const auto init_without_key = [&] { return ZRC_Init_CBC_MAC(unit.get(), id, nullptr); };
+        const auto init_without_key = [&] { return ZRC_Init_CBC_MAC(unit, id, nullptr); };
         for (const std::uint32_t expected : {0x06010021U, 0x06010049U}) {
             ASSERT_EQ(init(id), 0U);
             EXPECT_EQ(update(16), 0U);
@@ -74,16 +72,16 @@ TEST(Macs, Codes)
     const std::uint8_t *const key = kKey.data(), *const data = kMessage.data();
     std::uint8_t out[16] = {0xEE};
     std::int32_t length = 77;
-    ASSERT_EQ(ZRC_Init_CBC_MAC(good.get(), ZRC_AES_128, key), 0U);
+    ASSERT_EQ(ZRC_Init_CBC_MAC(good, ZRC_AES_128, key), 0U);
     const std::uint32_t cases[][2] = {
         {ZRC_Init_CBC_MAC(nullptr, ZRC_AES_128, key), 0x06010049},
-        {ZRC_Init_CBC_MAC(fresh.get(), ZRC_AES_128, nullptr), 0x06010049},
+        {ZRC_Init_CBC_MAC(fresh, ZRC_AES_128, nullptr), 0x06010049},
         {ZRC_Update_CBC_MAC(nullptr, data, 16), 0x0602005A},
         {ZRC_Final_CBC_MAC(nullptr, out, &length), 0x0603005A},
-        {ZRC_Update_CBC_MAC(fresh.get(), data, 16), 0x0602005A},
-        {ZRC_Update_CBC_MAC(good.get(), nullptr, 16), 0x0602005A},
-        {ZRC_Final_CBC_MAC(fresh.get(), out, &length), 0x0603005A},
-        {ZRC_Final_CBC_MAC(good.get(), nullptr, &length), 0x0603005A},
+        {ZRC_Update_CBC_MAC(fresh, data, 16), 0x0602005A},
+        {ZRC_Update_CBC_MAC(good, nullptr, 16), 0x0602005A},
+        {ZRC_Final_CBC_MAC(fresh, out, &length), 0x0603005A},
+        {ZRC_Final_CBC_MAC(good, nullptr, &length), 0x0603005A},
         {ZRC_CBC_MAC(0x7F000100, key, data, 16, out, &length), 0x06040023},
         {ZRC_CBC_MAC(ZRC_AES_128, key, data, 20, out, &length), 0x0604005C},
         {ZRC_CBC_MAC(ZRC_AES_128, key, nullptr, 16, out, &length), 0x0604005C},

@@ -1,6 +1,6 @@
 // The engine of RC2: key expansion and single blocks against RFC 2268, kernels against single blocks.
 #include "cipher/rc2_engine.hpp"
-#include "tests/cipher/small_blocks.hpp"
+#include "tests/cipher/engine.hpp"
 
 namespace {
 

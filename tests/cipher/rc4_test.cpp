@@ -1,32 +1,18 @@
 // RC4: RFC 6229, encryptions, pieces, codes, and units that were never keyed.
 #include "kestrim/memory.h"
 #include "kestrim/rc4.h"
-#include "tests/vector_file.hpp"
-
-#include <cstring>
-#include <gtest/gtest.h>
+#include "tests/cipher/engine.hpp"
 
 namespace {
 
 using test::bytes;
+using test::same;
 
 constexpr std::uint32_t kBadInput = 0x1600002B;
 
-ZRC_RC4_UNIT filled(std::uint8_t value)
-{
-    ZRC_RC4_UNIT unit;
-    std::memset(&unit, value, sizeof unit);
-    return unit;
-}
-
-bool same(const ZRC_RC4_UNIT& a, const ZRC_RC4_UNIT& b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
 ZRC_RC4_UNIT keyed(const bytes& key)
 {
-    ZRC_RC4_UNIT unit = filled(0xA5);
+    ZRC_RC4_UNIT unit = test::filled<ZRC_RC4_UNIT>(0xA5);
     EXPECT_EQ(ZRC_Init_RC4(&unit, key.data(), std::int32_t(key.size())), 0U);
     return unit;
 }
@@ -87,7 +73,7 @@ TEST(Rc4, RefusesBadInput)
 {
     const std::uint8_t in[4]{};
     std::uint8_t out[4]{};
-    const ZRC_RC4_UNIT before = filled(0xA5);
+    const ZRC_RC4_UNIT before = test::filled<ZRC_RC4_UNIT>(0xA5);
     ZRC_RC4_UNIT unit = before;
     EXPECT_EQ(ZRC_Init_RC4(nullptr, in, 4), kBadInput);
     EXPECT_EQ(ZRC_Init_RC4(&unit, nullptr, 4), kBadInput);
@@ -118,7 +104,7 @@ TEST(Rc4, CleansUnits)
 {
     ZRC_RC4_UNIT unit = keyed({1, 2, 3});
     ZRC_Clean_RC4_Unit(&unit);
-    EXPECT_TRUE(same(unit, filled(0)));
+    EXPECT_TRUE(same(unit, test::filled<ZRC_RC4_UNIT>(0)));
     ZRC_Clean_RC4_Unit(nullptr);
     ZRC_Free_RC4_Unit(nullptr);
 

@@ -1,6 +1,6 @@
 // The engine of RC5-32/16: key expansion and single blocks against RFC 2040, kernels against single blocks.
 #include "cipher/rc5_engine.hpp"
-#include "tests/cipher/small_blocks.hpp"
+#include "tests/cipher/engine.hpp"
 
 namespace {
 
