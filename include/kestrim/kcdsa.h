@@ -44,13 +44,13 @@ typedef struct ZRC_KCDSA_UNIT {
     ZRC_BIGINT *y;           /* public key, g^(x^-1 mod q) mod p */
     ZRC_BIGINT *z;           /* y modulo 2^(8 B), B bytes being a block of the digest; cached by the first Update */
     /* How the domain parameters were generated; J is null when they were loaded. */
-    ZRC_BIGINT *J;               /* p = 2 J q + 1 */
-    uint8_t seed[32];            /* seed_length bytes */
+    ZRC_BIGINT *J;    /* p = 2 J q + 1 */
+    uint8_t seed[32]; /* seed_length bytes */
     int32_t seed_length;
-    uint32_t count;              /* Count, 1 to 2^24 */
-    uint32_t random_is_legacy;   /* 1: random_input is a ZRC_PRNG_UNIT */
-    uint32_t operation;          /* 1: sign, 0: verify */
-    ZRC_BIGINT_POOL *pool;       /* owned; temporaries */
+    uint32_t count;            /* Count, 1 to 2^24 */
+    uint32_t random_is_legacy; /* 1: random_input is a ZRC_PRNG_UNIT */
+    uint32_t operation;        /* 1: sign, 0: verify */
+    ZRC_BIGINT_POOL *pool;     /* owned; temporaries */
 } ZRC_KCDSA_UNIT;
 
 /*
