@@ -1,5 +1,10 @@
 // Arithmetic on the numbers of private keys: no branch and no address depends on what an operand holds. Public are how
 // many words each operand has, that the top word of a modulus is not zero, and how many words a result has.
+//
+// A result is stored with all the words that it can have: those of m for secret_mod, secret_mod_mul and secret_mod_sub,
+// one more than the longer of a b and c for secret_mul_add, those of a for secret_sub_word. Its length leaves out the zero
+// words on top, and so tells something of the value; they are set, and a caller may raise the length to that public number.
+// Operands may have zero words on top, moduli may not.
 #pragma once
 
 #include "kestrim/bigint.h"

@@ -28,15 +28,18 @@ bool this_thread_is_testing() noexcept
            pthread_equal(tester.load(std::memory_order_relaxed), pthread_self()) != 0;
 }
 
-// With gate_mutex held.
+// With gate_mutex held, which a thread that is cancelled in the middle would never give back.
 std::uint32_t run_self_test() noexcept
 {
+    int cancel_state;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
     tester.store(pthread_self(), std::memory_order_relaxed);
     test_mode.store(0, std::memory_order_release);
     last_result = ZRC_Crypto_Self_Test();
     if (last_result == 0) initialize_flag.store(0, std::memory_order_release);
     test_mode.store(1, std::memory_order_release);
     runs_ended.fetch_add(1, std::memory_order_release);
+    pthread_setcancelstate(cancel_state, &cancel_state);
     return last_result;
 }
 

@@ -10,6 +10,7 @@
 #include "kestrim/state.h"
 #include "pubkey/ecc.hpp"
 #include "pubkey/secret_frame.hpp"
+#include "pubkey/signature_stream.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,6 +19,12 @@
 
 namespace zrc {
 namespace {
+
+template <std::uint32_t Function>
+std::uint32_t failure(std::uint32_t reason) noexcept
+{
+    return code(ZRC_L_ECDSA, Function, reason);
+}
 
 constexpr std::size_t kMostDigestBytes = 64;
 
@@ -224,40 +231,19 @@ std::uint32_t ZRC_Generate_ECDSA_Key_Pair(ZRC_ECDSA_UNIT* unit, const ZRC_ECC_CU
 
 std::uint32_t ZRC_Init_ECDSA(ZRC_ECDSA_UNIT* unit, std::uint32_t operation, std::int32_t digest_id)
 {
-    const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_ECDSA, ZRC_F_INIT_ECDSA, reason); };
-
-    if (!unit) return fail(ZRC_ERR_NULL_INPUT);
-    if (const std::uint32_t failed = ZRC_Crypto_Initialize()) return failed;
-    unit->proven = ZRC_Is_Proven();
-    if (unit->proven != 0) return fail(ZRC_ERR_NOT_PROVEN_ALGORITHM);
-
-    zrc::owned<ZRC_DIGEST_UNIT, ZRC_Free_DIGEST_Unit> digest{ZRC_New_DIGEST_Unit()};
-    if (!digest) return fail(ZRC_ERR_MEM_ALLOC);
-    if (ZRC_Init_DIGEST(digest.get(), digest_id) != 0) return fail(ZRC_ERR_INIT_DIGEST_FAIL);
-    ZRC_Free_DIGEST_Unit(unit->digest);
-    unit->digest = digest.release();
-    unit->operation = operation;
-    return 0;
+    return zrc::init_signature(unit, operation, digest_id, zrc::failure<ZRC_F_INIT_ECDSA>);
 }
 
 std::uint32_t ZRC_Update_ECDSA(ZRC_ECDSA_UNIT* unit, const std::uint8_t* data, std::int32_t length)
 {
-    const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_ECDSA, ZRC_F_UPDATE_ECDSA, reason); };
-
-    if (!unit || !unit->digest || !data) return fail(ZRC_ERR_NULL_INPUT);
-    if (length < 0) return fail(ZRC_ERR_INVALID_INPUT);
-    if (length == 0) return 0; // MD5 and HAS-160 would refuse it
-    return ZRC_Update_DIGEST(unit->digest, data, length) == 0 ? 0 : fail(ZRC_ERR_UPDATE_DIGEST_FAIL);
+    return zrc::update_signature(unit, data, length, zrc::failure<ZRC_F_UPDATE_ECDSA>);
 }
 
 std::uint32_t ZRC_Final_ECDSA(ZRC_ECDSA_UNIT* unit, std::uint8_t* R, std::int32_t* R_length, std::uint8_t* S,
                               std::int32_t* S_length)
 {
-    const auto fail = [](std::uint32_t reason) { return zrc::code(ZRC_L_ECDSA, ZRC_F_FINAL_ECDSA, reason); };
-
-    if (!unit || !R || !R_length || !S || !S_length) return fail(ZRC_ERR_NULL_INPUT);
-    if (unit->operation == 1) return ZRC_Sign_ECDSA(unit, R, R_length, S, S_length);
-    return ZRC_Verify_ECDSA(unit, R, *R_length, S, *S_length);
+    return zrc::final_signature<ZRC_Sign_ECDSA, ZRC_Verify_ECDSA>(unit, {R, R_length, S, S_length},
+                                                                  zrc::failure<ZRC_F_FINAL_ECDSA>);
 }
 
 std::uint32_t ZRC_Sign_ECDSA(ZRC_ECDSA_UNIT* unit, std::uint8_t* R, std::int32_t* R_length, std::uint8_t* S,

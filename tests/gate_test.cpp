@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <pthread.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -248,4 +250,18 @@ TEST(Gate, ThreadsMayMakeTheFirstCallTogether)
             EXPECT_EQ(codes, std::vector<std::uint32_t>(codes.size(), 0));
         });
     }
+}
+
+TEST(Gate, ACancelledThreadDoesNotKeepItClosed)
+{
+    in_a_fresh_process([] {
+        alarm(20);
+        std::thread{[] {
+            pthread_cancel(pthread_self());
+            EXPECT_EQ(init_once(ZRC_SHA256), 0u);
+            int before;
+            pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+        }}.join();
+        EXPECT_EQ(init_once(ZRC_SHA256), 0u);
+    });
 }

@@ -1,1 +1,0 @@
-// Its tests are in rsa_peer_test.cpp.

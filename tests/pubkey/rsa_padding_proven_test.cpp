@@ -1,1 +1,0 @@
-// Its tests are in rsa_schemes_proven_test.cpp.

@@ -1,1 +1,0 @@
-// Its tests are in rsa_padding_inner_test.cpp.

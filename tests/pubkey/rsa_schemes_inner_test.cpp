@@ -1,1 +1,0 @@
-// Its tests are in rsa_key_inner_test.cpp.
