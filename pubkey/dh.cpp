@@ -95,11 +95,13 @@ std::uint32_t generate_key_pair(ZRC_DH_UNIT& unit, std::int32_t x_bits) noexcept
     if (!order || !x || !y) return ZRC_ERR_MEM_ALLOC;
     const auto bits = std::int64_t{ZRC_Get_BIGINT_Bits_Length(order.get())};
     if (bits < 3 || (x_bits != 0 && (x_bits < kLeastPrivateBits || x_bits >= bits))) return ZRC_ERR_NOT_SUPPORTED;
-    // Where q is not known, y may come out as 1 or p - 1, which no peer accepts.
+    // Where q is not known, y may come out as 1 or p - 1, which no peer accepts. A y of 0, as p is then no prime, may
+    // come out for every x.
     std::uint32_t reason = ZRC_ERR_KEY_GEN_FAIL;
     for (int draws = 0; reason == ZRC_ERR_KEY_GEN_FAIL && draws < kMostDraws; ++draws) {
         if (!(x_bits == 0 ? draw_below(*x, *order) : draw_of_length(*x, x_bits))) return ZRC_ERR_GET_RAND_FAIL;
         reason = set_public_value(*y, unit, *x);
+        if (is_zero(*y)) break;
     }
     if (reason != 0) return reason;
     give_key_pair(unit, std::move(x), std::move(y));
@@ -122,6 +124,16 @@ std::uint32_t set_key_pair(ZRC_DH_UNIT& unit, const ZRC_BIGINT& given_x, const Z
     }
     give_key_pair(unit, std::move(x), std::move(y));
     return 0;
+}
+
+// SP 800-56A, 5.7.1.1: whether 1 < z < p - 1. p is odd. z comes back as it was.
+bool is_secret(ZRC_BIGINT& z, const ZRC_BIGINT& p) noexcept
+{
+    if (!secret_less(ZRC_Value_One_BIGINT(), &z)) return false;
+    const std::uint32_t low = std::exchange(z.data[0], z.data[0] | 1); // p - 1 becomes p, smaller ones stay below it
+    const bool below = secret_less(&z, &p);
+    z.data[0] = low;
+    return below;
 }
 
 // SP 800-56A, 5.6.2.3: the range, and the order where it is known. Returns 0 or the reason.
@@ -226,7 +238,7 @@ std::uint32_t ZRC_Compute_Key(ZRC_DH_UNIT* unit, const ZRC_BIGINT* peer, std::ui
     if (!frame.open() || !z || !zrc::clear_words(*z, unit->p->length)) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
     if (!zrc::power_of(*z, *peer, *unit->x, *unit->p)) return fail(ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL);
     z->length = unit->p->length; // zero words on top included: the length would tell something
-    if (zrc::secret_is_one(z)) return fail(ZRC_ERR_INVALID_OUTPUT);
+    if (!zrc::is_secret(*z, *unit->p)) return fail(ZRC_ERR_INVALID_OUTPUT);
     const std::size_t bytes = zrc::bytes_in(*unit->p);
     zrc::write_number({secret, bytes}, *z);
     *secret_length = std::int32_t(bytes);

@@ -240,9 +240,11 @@ std::uint32_t ZRC_Set_ECC_CURVE(ZRC_ECC_CURVE* curve, const ZRC_BIGINT* p, const
     const zrc::curve_numbers numbers{p, a, b, gx, gy, n};
     if (const std::uint32_t reason = zrc::refusal_of(numbers, h); reason != 0) return fail(reason);
     zrc::parts made;
-    made.engine.reset(zrc::curve_makers.get()(numbers));
-    if (!made.engine) return fail(ZRC_ERR_MEM_ALLOC);
     if (!made.copy(numbers)) return fail(ZRC_ERR_COPY_BIGINT_FAIL);
+    // Of the copies, which are normalised: zero words on top would lead to a field longer than needed.
+    made.engine.reset(
+        zrc::curve_makers.get()({made.p.get(), made.a.get(), made.b.get(), made.base->x, made.base->y, made.n.get()}));
+    if (!made.engine) return fail(ZRC_ERR_MEM_ALLOC);
     made.h = h;
     made.known = zrc::known_prime(*p);
     made.give_to(*curve);

@@ -78,6 +78,7 @@ struct ecdsa_key {
         if (secret_less(d.get(), ZRC_Value_One_BIGINT()) || !secret_less(d.get(), curve->n)) return kNoKeyPair;
         owned_point product{ZRC_New_ECC_POINT()};
         if (!product || !multiply_base(*product, *curve, *d)) return ZRC_ERR_MEM_ALLOC;
+        if (product->infinity != 0) return kNoKeyPair; // the order of G is not n
         if (q && ZRC_Cmp_ECC_POINT(q.get(), product.get()) != 0) return kNoKeyPair;
         q = std::move(product);
         return 0;

@@ -46,7 +46,8 @@ bool clear_words(ZRC_BIGINT& number, std::int32_t words) noexcept
 std::uint32_t draw_nonce(ZRC_BIGINT& k, const ZRC_BIGINT& q) noexcept
 {
     const std::uint32_t bits = ZRC_Get_BIGINT_Bits_Length(&q);
-    if (bits < 2) return ZRC_ERR_INVALID_INPUT;
+    // Words of zero on top would count as bits, and next to no draw would be below q.
+    if (bits < 2 || q.data[q.length - 1] == 0) return ZRC_ERR_INVALID_INPUT;
     // Values outside of the range are thrown away whole: about every second one at most.
     const ZRC_BIGINT* const one = ZRC_Value_One_BIGINT();
     do {

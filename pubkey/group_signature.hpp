@@ -32,8 +32,8 @@ void replace_number(ZRC_BIGINT*& number, owned_number next) noexcept;
 // something. To that end their words are made zero before they are set. False without memory.
 bool clear_words(ZRC_BIGINT& number, std::int32_t words) noexcept;
 
-// k: every value from 1 to q - 1 with the same probability, in as many words as q has, which is normalised. Returns 0
-// or the reason: ZRC_ERR_INVALID_INPUT when q is below 2, ZRC_ERR_GET_RAND_FAIL when the generator failed,
+// k: every value from 1 to q - 1 with the same probability, in as many words as q has. Returns 0 or the reason:
+// ZRC_ERR_INVALID_INPUT when q is below 2 or not normalised, ZRC_ERR_GET_RAND_FAIL when the generator failed,
 // ZRC_ERR_EXPAND_BIGINT_WORD without memory.
 std::uint32_t draw_nonce(ZRC_BIGINT& k, const ZRC_BIGINT& q) noexcept;
 

@@ -47,5 +47,6 @@ int main()
     const bool done = print_table(unit, 1024, 160) && std::printf("\n") > 0 && print_table(unit, 2048, 256);
     std::printf("\n} // namespace zrc\n");
     ZRC_Free_DH(unit);
-    return done ? 0 : 1;
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    return done && written ? 0 : 1;
 }

@@ -142,7 +142,7 @@ ZRC_API uint32_t ZRC_Generate_DH_Params(ZRC_DH_UNIT *unit, int32_t p_bits, int32
  *   0x2004003B  ZRC_ERR_MEM_ALLOC                 no memory for numbers
  *   0x2004001D  ZRC_ERR_GET_RAND_FAIL             the generator failed, or no memory for x
  *   0x20040040  ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL  p is even, or no memory
- *   0x20040038  ZRC_ERR_KEY_GEN_FAIL              y was not from 2 to p - 2 in 128 draws
+ *   0x20040038  ZRC_ERR_KEY_GEN_FAIL              y was not from 2 to p - 2 in 128 draws, or was 0: p is no prime
  */
 ZRC_API uint32_t ZRC_Generate_DH_Key_Pair(ZRC_DH_UNIT *unit, int32_t x_bits);
 
@@ -164,7 +164,8 @@ ZRC_API uint32_t ZRC_Set_DH_Key_Pair(ZRC_DH_UNIT *unit, const ZRC_BIGINT *x, con
 /*
  * ZRC_Compute_Key - the secret shared with a peer, peer^x mod p. What the peer sent is tested before it is used: it
  * is from 2 to p - 2 and, where q is known, peer^q = 1 mod p (SP 800-56A, 5.6.2.3). Without q the secret can be kept
- * in a small subgroup by a peer who wants that; a secret of 1 is refused.
+ * in a small subgroup by a peer who wants that; a secret of 1 or p - 1 is refused (5.7.1.1), as is one of 0, which
+ * only a p that is no prime gives.
  *
  *   secret         receives ZRC_Get_DH_Length bytes, big-endian, zeros in front
  *   secret_length  receives their number
@@ -174,7 +175,7 @@ ZRC_API uint32_t ZRC_Set_DH_Key_Pair(ZRC_DH_UNIT *unit, const ZRC_BIGINT *x, con
  *   0x20050045  ZRC_ERR_NO_PRIVATE_VALUE          there is no x
  *   0x2005002B  ZRC_ERR_INVALID_INPUT             peer is not from 2 to p - 2
  *   0x2005000C  ZRC_ERR_COMPARE_FAIL              peer is not of order q
- *   0x20050030  ZRC_ERR_INVALID_OUTPUT            the secret is 1
+ *   0x20050030  ZRC_ERR_INVALID_OUTPUT            the secret is 0, 1 or p - 1
  *   0x2005001B  ZRC_ERR_GET_BIGINT_POOL_FAIL      no memory for the number
  *   0x20050040  ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL  p is even, or no memory for a power
  */

@@ -114,7 +114,7 @@ ZRC_API uint32_t ZRC_Generate_DSA_Params(ZRC_DSA_UNIT *unit, int32_t p_bits, int
  *   0x0C080049  ZRC_ERR_NULL_INPUT                unit, p, q or g is null; the unit is tested before the gate
  *   0x0C080048  ZRC_ERR_NOT_SUPPORTED             q is below 2, or p is too long
  *   0x0C08003B  ZRC_ERR_MEM_ALLOC                 no memory for numbers
- *   0x0C08001C  ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL  the generator failed, or no memory for x
+ *   0x0C08001C  ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL  the generator failed, no memory for x, or q is not normalised
  *   0x0C080040  ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL  p is even or below 2, or no memory
  */
 ZRC_API uint32_t ZRC_Generate_DSA_Key_Pair(ZRC_DSA_UNIT *unit);
@@ -167,7 +167,8 @@ ZRC_API uint32_t ZRC_Final_DSA(ZRC_DSA_UNIT *unit, uint8_t *R, int32_t *R_length
  *   0x0C050018  ZRC_ERR_FINAL_DIGEST_FAIL         the digest failed
  *   0x0C05001B  ZRC_ERR_GET_BIGINT_POOL_FAIL      no memory for temporaries
  *   0x0C050005  ZRC_ERR_BINARY_TO_BIGINT_FAIL     no memory for the number of the digest
- *   0x0C05001C  ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL  no nonce: q is below 2, no memory, or the generator failed
+ *   0x0C05001C  ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL  no nonce: q is below 2 or not normalised, no memory, or the
+ *                                                 generator failed
  *   0x0C050040  ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL  p is even or below 2, or no memory for the power
  *   0x0C05003E  ZRC_ERR_MOD_BIGINT_FAIL           no memory for r
  *   0x0C050041  ZRC_ERR_MOD_INVERSE_BIGINT_FAIL   the nonce has no inverse modulo q, which is no prime, or no memory

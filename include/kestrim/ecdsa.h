@@ -66,8 +66,8 @@ ZRC_API void ZRC_Free_ECDSA(ZRC_ECDSA_UNIT *unit);
  * Returns 0, the code of a failed self-test, or
  *   0x210F0049  ZRC_ERR_NULL_INPUT        unit is null (tested before the gate)
  *   0x210F002B  ZRC_ERR_INVALID_INPUT     the curve is null or has no parameters, or Q has no coordinates
- *   0x210F002E  ZRC_ERR_INVALID_KEY_PAIR  d is out of range, or Q is not d G, not on the curve, infinity, or not of
- *                                         order n
+ *   0x210F002E  ZRC_ERR_INVALID_KEY_PAIR  d is out of range, or Q is not d G, not on the curve, infinity (d G, too,
+ *                                         where n is not the order of G), or not of order n
  *   0x210F000D  ZRC_ERR_COPY_BIGINT_FAIL  no memory for a copy of d or Q
  *   0x210F003B  ZRC_ERR_MEM_ALLOC         no memory for the curve, or for d G
  */
@@ -82,9 +82,10 @@ ZRC_API uint32_t ZRC_Set_ECDSA_Params(ZRC_ECDSA_UNIT *unit, const ZRC_ECC_CURVE 
  *   curve  null: the one that the unit has
  *
  * Returns 0, the code of a failed self-test, or
- *   0x21100049  ZRC_ERR_NULL_INPUT     unit is null (tested before the gate); or there is no curve with parameters
- *   0x2110003B  ZRC_ERR_MEM_ALLOC      no memory for the curve, d or Q
- *   0x2110001D  ZRC_ERR_GET_RAND_FAIL  the generator failed, or no memory for d
+ *   0x21100049  ZRC_ERR_NULL_INPUT        unit is null (tested before the gate); or there is no curve with parameters
+ *   0x2110003B  ZRC_ERR_MEM_ALLOC         no memory for the curve, d or Q
+ *   0x2110001D  ZRC_ERR_GET_RAND_FAIL     the generator failed, or no memory for d
+ *   0x2110002E  ZRC_ERR_INVALID_KEY_PAIR  d G is infinity: n is not the order of G
  */
 ZRC_API uint32_t ZRC_Generate_ECDSA_Key_Pair(ZRC_ECDSA_UNIT *unit, const ZRC_ECC_CURVE *curve);
 

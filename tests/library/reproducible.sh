@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # reproducible.sh LIBRARY SIGNER KEY CMAKE SOURCE-FOLDER BUILD-FOLDER WORK-FOLDER CMAKE-OPTION... - the library built once
 # more with the same key, from a copy of its sources in another place, is the same file, signature included; neither place
-# nor the date stands in it. Then that build goes on: with changed sources, another key, and a public key only.
+# nor the date stands in it. Then that build goes on: with changed sources, another key, and a public key only. The rooms
+# of engines are not compiled a second time.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 library=$1 signer=$2 key=$3 cmake=$4 source=$5 build=$6 work=$7
 shift 7
@@ -17,7 +18,8 @@ same() { cmp "$library" "$built" || fail "$1: the file differs"; pass "$1: the s
 mapfile -t rooms < <(sed -nE 's,^ *([a-z0-9]+)/.*,\1,p' "$source/cmake/sources.cmake" | sort -u)
 mkdir -p "$copy"
 cp -R "$source/CMakeLists.txt" "$source/cmake" "$source/include" "${rooms[@]/#/$source/}" "$copy"
-configure "$@" -DKESTRIM_BUILD_TOOL=OFF -DKESTRIM_BUILD_TESTS=OFF -DKESTRIM_SIGNER="$signer" -DKESTRIM_SIGNING_KEY="$key"
+configure "$@" -DKESTRIM_BUILD_TOOL=OFF -DKESTRIM_BUILD_TESTS=OFF -DKESTRIM_SIGNER="$signer" -DKESTRIM_SIGNING_KEY="$key" \
+    -DCMAKE_CXX_COMPILER_LAUNCHER="$(dirname "${BASH_SOURCE[0]}")/reuse_objects.sh;$build"
 build
 same "a build in another place"
 empty "paths of this machine in it" \

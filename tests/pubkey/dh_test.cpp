@@ -81,6 +81,8 @@ TEST(Dh, PublicValuesAreChecked)
     EXPECT_EQ(compute(unknown, test::of({5}).get(), secret), 0x20050030U) << "the secret is 1";
     EXPECT_EQ(compute(unknown, test::of({2}).get(), secret), 0U);
     EXPECT_EQ(secret, bytes{2});
+    EXPECT_EQ(compute(tiny(13, 0, 2, 2), test::of({5}).get(), secret), 0x20050030U) << "the secret is p - 1";
+    EXPECT_EQ(compute(tiny(81, 0, 2, 4), test::of({3}).get(), secret), 0x20050030U) << "the secret is 0";
     EXPECT_EQ(compute(known, test::of({4, 0, 0}).get(), secret), 0U) << "zero words on top";
     EXPECT_EQ(secret, bytes{57}) << "4^-1";
 }

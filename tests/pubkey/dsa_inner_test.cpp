@@ -109,6 +109,7 @@ TEST(DsaSteps, NoncesAreAllOfTheirRangeAndNothingElse)
     EXPECT_LT(*std::max_element(seen.begin(), seen.end()), 170);
     ASSERT_EQ(zrc::draw_nonce(*k, *test::of({0, 0, 1})), 0U);
     EXPECT_EQ(k->length, 3) << "as many words as q has";
+    EXPECT_EQ(zrc::draw_nonce(*k, *test::of({1, 0})), ZRC_ERR_INVALID_INPUT) << "would draw for ever";
 }
 
 TEST(DsaWithoutMemory, EveryCodeAndNothingLeftBehind)
