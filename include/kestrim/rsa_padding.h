@@ -172,6 +172,9 @@ ZRC_API uint32_t ZRC_Check_RSASSA_PKCS1_PSS_Encode(ZRC_RSA_UNIT *unit, const uin
  * PKCS1_MGF1 - the mask generation function of RFC 8017, B.2.1: Hash(seed, 0), Hash(seed, 1), ... Proven mode does
  * not restrict its digest: SHA-1, MD5 and HAS-160 work in every mode (MDC-2 refuses by itself).
  *
+ * OpenSSL has a function of this name, too. Both libraries can serve one program, since this one binds its own calls
+ * and versions its names; but one source file cannot include both this header and <openssl/rsa.h>.
+ *
  *   mask         receives `mask_length` bytes; may overlap the seed
  *   seed         `seed_length` bytes; 0 is refused by MD5 and HAS-160
  *   digest_id    ZRC_SHA1 ... ZRC_MDC2; any other value means ZRC_SHA1
