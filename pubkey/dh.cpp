@@ -126,14 +126,15 @@ std::uint32_t set_key_pair(ZRC_DH_UNIT& unit, const ZRC_BIGINT& given_x, const Z
     return 0;
 }
 
-// SP 800-56A, 5.7.1.1: whether 1 < z < p - 1. p is odd. z comes back as it was.
+// SP 800-56A, 5.7.1.1: whether 1 < z < p - 1, without telling which of the two fails. p is odd. z comes back as it
+// was.
 bool is_secret(ZRC_BIGINT& z, const ZRC_BIGINT& p) noexcept
 {
-    if (!secret_less(ZRC_Value_One_BIGINT(), &z)) return false;
+    const bool above = secret_less(ZRC_Value_One_BIGINT(), &z);
     const std::uint32_t low = std::exchange(z.data[0], z.data[0] | 1); // p - 1 becomes p, smaller ones stay below it
     const bool below = secret_less(&z, &p);
     z.data[0] = low;
-    return below;
+    return (above & below) != 0;
 }
 
 // SP 800-56A, 5.6.2.3: the range, and the order where it is known. Returns 0 or the reason.

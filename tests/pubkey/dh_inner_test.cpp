@@ -98,7 +98,7 @@ TEST(ConstantTimeDh, AgreementAndPublicValues)
     const auto before = VALGRIND_COUNT_ERRORS;
     VALGRIND_MAKE_MEM_UNDEFINED(unit->x->data, 4 * std::size_t(unit->x->length));
     const std::uint32_t code = ZRC_Compute_Key(unit.get(), peer.get(), secret.data(), &length);
-    EXPECT_EQ(VALGRIND_COUNT_ERRORS - before, 1U) << "whether the secret is 1 is seen";
+    EXPECT_EQ(VALGRIND_COUNT_ERRORS - before, 1U) << "whether the secret is refused is seen";
     VALGRIND_MAKE_MEM_DEFINED(secret.data(), secret.size());
     VALGRIND_MAKE_MEM_DEFINED(unit->x->data, 4 * std::size_t(unit->x->length));
     EXPECT_EQ(code, 0U);

@@ -132,6 +132,16 @@ TEST(EcdsaSteps, KernelsAgreeOnEdges)
             EXPECT_EQ(std::memcmp(&other[i].x, &results[0][i].x, 2 * sizeof other[i].x), 0) << i;
 }
 
+TEST(EcdsaSteps, ZeroWordsOnTopMakeNoLongerField)
+{
+    const ecc_curve good = test::curve_of(kTiny), curve{ZRC_New_ECC_CURVE()};
+    std::vector<std::uint32_t> words(20);
+    words[0] = kTiny.p;
+    ASSERT_EQ(ZRC_Set_ECC_CURVE(curve.get(), of(words).get(), good->a, good->b, good->G->x, good->G->y, good->n, 1),
+              0U);
+    EXPECT_EQ(zrc::engine_of(curve.get())->limbs, zrc::engine_of(good.get())->limbs);
+}
+
 TEST(EcdsaWithoutMemory, EveryCodeAndNothingLeftBehind)
 {
     std::uint8_t drawn = 0; // the generator stays locked when an allocation of its own fails

@@ -137,6 +137,9 @@ TEST(Ecdsa, RefusesKeysThatAreNone)
     EXPECT_EQ(set(curve, nullptr, test::infinity()), 0x210F002EU);
     const ecc_curve small = test::curve_of({23, 1, 1, 5, 4, 7, 4});
     EXPECT_EQ(set(small, nullptr, test::point(of({4}), of({0}))), 0x210F002EU) << "of order 2";
+    const ecc_curve wrong_order = test::curve_of({17, 2, 2, 5, 1, 21, 1}); // G has 19
+    EXPECT_EQ(set(wrong_order, of({19}), nullptr), 0x210F002EU);
+    EXPECT_EQ(set(wrong_order, of({19}), test::infinity()), 0x210F002EU);
     EXPECT_EQ(ZRC_Set_ECDSA_Params(nullptr, curve.get(), nullptr, nullptr), 0x210F0049U);
     EXPECT_EQ(ZRC_Generate_ECDSA_Key_Pair(nullptr, curve.get()), 0x21100049U);
     EXPECT_EQ(ZRC_Generate_ECDSA_Key_Pair(unit.get(), nullptr), 0x21100049U);
