@@ -34,7 +34,7 @@ std::uint32_t draw_index(std::uint32_t& index) noexcept
     do {
         if (ZRC_Rand_Bytes(&drawn, 1) != 0) return ZRC_ERR_GET_RAND_FAIL;
     } while (drawn >= 2 * kDhSets);
-    index = drawn % kDhSets;
+    index = std::uint32_t(drawn % kDhSets);
     return 0;
 }
 
