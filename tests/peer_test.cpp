@@ -64,15 +64,13 @@ TEST(Peer, Digests)
 
 TEST(Peer, Mdc2)
 {
-    OSSL_PROVIDER* const legacy = OSSL_PROVIDER_try_load(nullptr, "legacy", 1);
-    EVP_MD* const md = EVP_MD_fetch(nullptr, "MDC2", nullptr);
+    const test::owned<OSSL_PROVIDER, OSSL_PROVIDER_unload> legacy{OSSL_PROVIDER_try_load(nullptr, "legacy", 1)};
+    const test::owned<EVP_MD, EVP_MD_free> md{EVP_MD_fetch(nullptr, "MDC2", nullptr)};
     if (!md) GTEST_SKIP() << "this OpenSSL has no MDC-2";
     test::repeatable random{32};
     for_random_messages(random, [&](const bytes& message) {
         ASSERT_EQ(our_digest(ZRC_MDC2, message, random), peer_digest(md, message)) << message.size();
     });
-    EVP_MD_free(md);
-    OSSL_PROVIDER_unload(legacy);
 }
 
 TEST(Peer, Hmacs)
