@@ -41,6 +41,12 @@ inline bool less(const words_of& a, const words_of& b) noexcept
     return zrc_Cmp_BIGINT_Words(a.data, b.data, a.length) < 0;
 }
 
+inline bool same_value(const ZRC_BIGINT& first, const ZRC_BIGINT& second) noexcept
+{
+    const words_of a{first}, b{second};
+    return a.length == b.length && zrc_Cmp_BIGINT_Words(a.data, b.data, a.length) == 0;
+}
+
 // Gives r the first `words` of its words as its value.
 inline void set_length(ZRC_BIGINT& r, std::int32_t words) noexcept
 {

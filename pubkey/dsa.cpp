@@ -26,8 +26,6 @@ std::uint32_t failure(std::uint32_t reason) noexcept
     return code(ZRC_L_DSA, Function, reason);
 }
 
-constexpr std::size_t kMostDigestBytes = 64;
-
 // Everything but the pool and what the unit is used for.
 void drop_key(ZRC_DSA_UNIT& unit) noexcept
 {
@@ -83,13 +81,6 @@ bool has_domain(const ZRC_DSA_UNIT& unit) noexcept
     return unit.p && unit.q && unit.g && unit.digest;
 }
 
-// 0 < n < q. Returns 0 or the reason.
-std::uint32_t test_range(const ZRC_BIGINT& n, const ZRC_BIGINT& q) noexcept
-{
-    if (is_zero(n)) return ZRC_ERR_IS_BIGINT_ZERO_FAIL;
-    return less(words_of{n}, words_of{q}) ? 0U : std::uint32_t{ZRC_ERR_CMP_BIGINT_FAIL};
-}
-
 // v = (g^(z / s) y^(r / s) mod p) mod q. Returns 0 or the reason; without an inverse of s the signature is no good
 // one.
 std::uint32_t set_v(ZRC_BIGINT& v, const ZRC_DSA_UNIT& unit, const ZRC_BIGINT& z, const ZRC_BIGINT& r,
@@ -115,6 +106,16 @@ std::uint32_t set_v(ZRC_BIGINT& v, const ZRC_DSA_UNIT& unit, const ZRC_BIGINT& z
     default:
         return ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL;
     }
+}
+
+std::uint32_t test_signature(const ZRC_DSA_UNIT& unit, const ZRC_BIGINT& z, const ZRC_BIGINT& r,
+                             const ZRC_BIGINT& s) noexcept
+{
+    pool_frame frame{unit.pool};
+    ZRC_BIGINT* const v = frame.get();
+    if (!v) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
+    if (const std::uint32_t reason = set_v(*v, unit, z, r, s); reason != 0) return reason;
+    return ZRC_Cmp_BIGINT(v, &r) == 0 ? 0U : std::uint32_t{ZRC_ERR_VERIFY_FAILURE};
 }
 
 } // namespace
@@ -232,27 +233,12 @@ std::uint32_t ZRC_Sign_DSA(ZRC_DSA_UNIT* unit, std::uint8_t* R, std::int32_t* R_
 
     if (!unit || !R || !R_length || !S || !S_length || !zrc::has_domain(*unit)) return fail(ZRC_ERR_NULL_INPUT);
     if (!unit->x) return fail(ZRC_ERR_NO_PRIVATE_VALUE);
-    zrc::secret_array<std::uint8_t, zrc::kMostDigestBytes> hash;
-    std::int32_t length = 0;
-    if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
-
-    zrc::secret_frame frame{unit->pool};
-    ZRC_BIGINT *const z = frame.get(), *const k = frame.get(), *const r = frame.get(), *const s = frame.get();
-    if (!frame.open() || !z || !k || !r || !s) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
-    if (!zrc::set_leftmost_bits(*z, {hash.data(), std::size_t(length)}, *unit->q))
-        return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
-
-    for (int draws = 0; zrc::is_zero(*r) || zrc::is_zero(*s); ++draws) {
-        if (draws == zrc::kMostDraws) return fail(ZRC_ERR_SIGN_DSA_FAIL);
-        if (zrc::draw_nonce(*k, *unit->q) != 0) return fail(ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL);
-        if (const std::uint32_t reason = zrc::sign_dsa_with_nonce(*r, *s, *unit, *z, *k); reason != 0)
-            return fail(reason);
-    }
-    const std::size_t bytes = zrc::bytes_in(*unit->q);
-    zrc::write_number({R, bytes}, *r);
-    zrc::write_number({S, bytes}, *s);
-    *R_length = *S_length = std::int32_t(bytes);
-    return 0;
+    const auto sign = [unit](ZRC_BIGINT& r, ZRC_BIGINT& s, const ZRC_BIGINT& z, const ZRC_BIGINT& k) {
+        return zrc::sign_dsa_with_nonce(r, s, *unit, z, k);
+    };
+    const std::uint32_t reason = zrc::sign_message(*unit, *unit->q, {R, R_length, S, S_length},
+                                                   {ZRC_ERR_GET_RAND_DSA_BIGINT_FAIL, ZRC_ERR_SIGN_DSA_FAIL}, sign);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t ZRC_Verify_DSA(ZRC_DSA_UNIT* unit, const std::uint8_t* R, std::int32_t R_length, const std::uint8_t* S,
@@ -262,20 +248,11 @@ std::uint32_t ZRC_Verify_DSA(ZRC_DSA_UNIT* unit, const std::uint8_t* R, std::int
 
     if (!unit || !R || !S || !zrc::has_domain(*unit)) return fail(ZRC_ERR_NULL_INPUT);
     if (!unit->y) return fail(ZRC_ERR_NO_PUBLIC_VALUE);
-    zrc::secret_array<std::uint8_t, zrc::kMostDigestBytes> hash;
-    std::int32_t length = 0;
-    if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
-
-    zrc::secret_frame frame{unit->pool};
-    ZRC_BIGINT *const z = frame.get(), *const r = frame.get(), *const s = frame.get(), *const v = frame.get();
-    if (!frame.open() || !z || !r || !s || !v) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
-    if (!ZRC_Binary_To_BIGINT(R, R_length, r) || !ZRC_Binary_To_BIGINT(S, S_length, s) ||
-        !zrc::set_leftmost_bits(*z, {hash.data(), std::size_t(length)}, *unit->q))
-        return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
-    for (const ZRC_BIGINT* number : {r, s})
-        if (const std::uint32_t reason = zrc::test_range(*number, *unit->q); reason != 0) return fail(reason);
-    if (const std::uint32_t reason = zrc::set_v(*v, *unit, *z, *r, *s); reason != 0) return fail(reason);
-    return ZRC_Cmp_BIGINT(v, r) == 0 ? 0 : fail(ZRC_ERR_VERIFY_FAILURE);
+    const auto test = [unit](const ZRC_BIGINT& z, const ZRC_BIGINT& r, const ZRC_BIGINT& s) {
+        return zrc::test_signature(*unit, z, r, s);
+    };
+    const std::uint32_t reason = zrc::verify_message(*unit, *unit->q, {R, R_length, S, S_length}, test);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t ZRC_Get_DSA_Length(const ZRC_DSA_UNIT* unit)

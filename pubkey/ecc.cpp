@@ -216,7 +216,7 @@ std::int32_t ZRC_Cmp_ECC_POINT(const ZRC_ECC_POINT* a, const ZRC_ECC_POINT* b)
 {
     if (!zrc::is_complete(a) || !zrc::is_complete(b)) return 1;
     if (a->infinity != 0 || b->infinity != 0) return (a->infinity != 0) != (b->infinity != 0);
-    return ZRC_Cmp_BIGINT(a->x, b->x) != 0 || ZRC_Cmp_BIGINT(a->y, b->y) != 0;
+    return !zrc::same_value(*a->x, *b->x) || !zrc::same_value(*a->y, *b->y);
 }
 
 ZRC_ECC_CURVE* ZRC_New_ECC_CURVE()

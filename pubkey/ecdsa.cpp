@@ -26,8 +26,6 @@ std::uint32_t failure(std::uint32_t reason) noexcept
     return code(ZRC_L_ECDSA, Function, reason);
 }
 
-constexpr std::size_t kMostDigestBytes = 64;
-
 // Everything but the pool and what the unit is used for.
 void drop_key(ZRC_ECDSA_UNIT& unit) noexcept
 {
@@ -92,13 +90,6 @@ struct ecdsa_key {
     }
 };
 
-// 0 < v < n. Returns 0 or the reason.
-std::uint32_t test_range(const ZRC_BIGINT& v, const ZRC_BIGINT& n) noexcept
-{
-    if (is_zero(v)) return ZRC_ERR_IS_BIGINT_ZERO_FAIL;
-    return less(words_of{v}, words_of{n}) ? 0U : std::uint32_t{ZRC_ERR_CMP_BIGINT_FAIL};
-}
-
 // x = the abscissa of (z / s) G + (r / s) Q, modulo n. Returns 0 or the reason; without an inverse of s the signature
 // is no good one.
 std::uint32_t set_abscissa(field_number& x, const ZRC_ECDSA_UNIT& unit, const ZRC_BIGINT& z, const ZRC_BIGINT& r,
@@ -128,6 +119,16 @@ std::uint32_t set_abscissa(field_number& x, const ZRC_ECDSA_UNIT& unit, const ZR
     if (point.infinite) return ZRC_ERR_VERIFY_FAILURE;
     engine.operations->reduce(engine, x, point.x);
     return 0;
+}
+
+std::uint32_t test_signature(const ZRC_ECDSA_UNIT& unit, const ZRC_BIGINT& z, const ZRC_BIGINT& r,
+                             const ZRC_BIGINT& s) noexcept
+{
+    field_number x, expected;
+    if (const std::uint32_t reason = set_abscissa(x, unit, z, r, s); reason != 0) return reason;
+    load_number(expected, r);
+    const std::size_t limbs = engine_of(unit.curve)->limbs;
+    return std::equal(x.v, x.v + limbs, expected.v) ? 0U : std::uint32_t{ZRC_ERR_VERIFY_FAILURE};
 }
 
 bool has_curve(const ZRC_ECDSA_UNIT& unit) noexcept
@@ -254,27 +255,12 @@ std::uint32_t ZRC_Sign_ECDSA(ZRC_ECDSA_UNIT* unit, std::uint8_t* R, std::int32_t
 
     if (!unit || !R || !R_length || !S || !S_length || !zrc::has_curve(*unit)) return fail(ZRC_ERR_NULL_INPUT);
     if (!unit->d) return fail(ZRC_ERR_NO_PRIVATE_VALUE);
-    zrc::secret_array<std::uint8_t, zrc::kMostDigestBytes> hash;
-    std::int32_t length = 0;
-    if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
-
-    const ZRC_BIGINT& n = *unit->curve->n;
-    zrc::secret_frame frame{unit->pool};
-    ZRC_BIGINT *const z = frame.get(), *const k = frame.get(), *const r = frame.get(), *const s = frame.get();
-    if (!frame.open() || !z || !k || !r || !s) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
-    if (!zrc::set_leftmost_bits(*z, {hash.data(), std::size_t(length)}, n)) return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
-
-    for (int draws = 0; zrc::is_zero(*r) || zrc::is_zero(*s); ++draws) {
-        if (draws == zrc::kMostDraws) return fail(ZRC_ERR_SIGN_FAILURE);
-        if (zrc::draw_nonce(*k, n) != 0) return fail(ZRC_ERR_GET_RAND_FAIL);
-        if (const std::uint32_t reason = zrc::sign_ecdsa_with_nonce(*r, *s, *unit, *z, *k); reason != 0)
-            return fail(reason);
-    }
-    const std::size_t bytes = zrc::bytes_in(n);
-    zrc::write_number({R, bytes}, *r);
-    zrc::write_number({S, bytes}, *s);
-    *R_length = *S_length = std::int32_t(bytes);
-    return 0;
+    const auto sign = [unit](ZRC_BIGINT& r, ZRC_BIGINT& s, const ZRC_BIGINT& z, const ZRC_BIGINT& k) {
+        return zrc::sign_ecdsa_with_nonce(r, s, *unit, z, k);
+    };
+    const std::uint32_t reason = zrc::sign_message(*unit, *unit->curve->n, {R, R_length, S, S_length},
+                                                   {ZRC_ERR_GET_RAND_FAIL, ZRC_ERR_SIGN_FAILURE}, sign);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t ZRC_Verify_ECDSA(ZRC_ECDSA_UNIT* unit, const std::uint8_t* R, std::int32_t R_length,
@@ -284,24 +270,11 @@ std::uint32_t ZRC_Verify_ECDSA(ZRC_ECDSA_UNIT* unit, const std::uint8_t* R, std:
 
     if (!unit || !R || !S || !zrc::has_curve(*unit)) return fail(ZRC_ERR_NULL_INPUT);
     if (!zrc::is_complete(unit->Q)) return fail(ZRC_ERR_NO_PUBLIC_VALUE);
-    zrc::secret_array<std::uint8_t, zrc::kMostDigestBytes> hash;
-    std::int32_t length = 0;
-    if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
-
-    const ZRC_BIGINT& n = *unit->curve->n;
-    zrc::secret_frame frame{unit->pool};
-    ZRC_BIGINT *const z = frame.get(), *const r = frame.get(), *const s = frame.get();
-    if (!frame.open() || !z || !r || !s) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
-    if (!ZRC_Binary_To_BIGINT(R, R_length, r) || !ZRC_Binary_To_BIGINT(S, S_length, s) ||
-        !zrc::set_leftmost_bits(*z, {hash.data(), std::size_t(length)}, n))
-        return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
-    for (const ZRC_BIGINT* number : {r, s})
-        if (const std::uint32_t reason = zrc::test_range(*number, n); reason != 0) return fail(reason);
-    zrc::field_number x, expected;
-    if (const std::uint32_t reason = zrc::set_abscissa(x, *unit, *z, *r, *s); reason != 0) return fail(reason);
-    zrc::load_number(expected, *r);
-    const std::size_t limbs = zrc::engine_of(unit->curve)->limbs;
-    return std::equal(x.v, x.v + limbs, expected.v) ? 0 : fail(ZRC_ERR_VERIFY_FAILURE);
+    const auto test = [unit](const ZRC_BIGINT& z, const ZRC_BIGINT& r, const ZRC_BIGINT& s) {
+        return zrc::test_signature(*unit, z, r, s);
+    };
+    const std::uint32_t reason = zrc::verify_message(*unit, *unit->curve->n, {R, R_length, S, S_length}, test);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t ZRC_Get_ECDSA_Length(const ZRC_ECDSA_UNIT* unit)

@@ -70,6 +70,12 @@ std::size_t bytes_in(const ZRC_BIGINT& number) noexcept
     return (std::size_t{ZRC_Get_BIGINT_Bits_Length(&number)} + 7) / 8;
 }
 
+std::uint32_t test_range(const ZRC_BIGINT& n, const ZRC_BIGINT& q) noexcept
+{
+    if (is_zero(n)) return ZRC_ERR_IS_BIGINT_ZERO_FAIL;
+    return less(words_of{n}, words_of{q}) ? 0U : std::uint32_t{ZRC_ERR_CMP_BIGINT_FAIL};
+}
+
 bool set_leftmost_bits(ZRC_BIGINT& z, std::span<const std::uint8_t> digest, const ZRC_BIGINT& q) noexcept
 {
     const std::size_t bits = ZRC_Get_BIGINT_Bits_Length(&q), bytes = std::min(digest.size(), bytes_in(q));
@@ -94,11 +100,11 @@ std::uint32_t test_order(const ZRC_BIGINT& y, const ZRC_BIGINT& q, const ZRC_BIG
     switch (open_mod_exp(power.get(), &y, &q, &p)) {
     case mod_exp_outcome::done:
         return power->length == 1 && power->data[0] == 1 ? 0U : std::uint32_t{ZRC_ERR_COMPARE_FAIL};
-    case mod_exp_outcome::no_memory:
-    case mod_exp_outcome::no_room:
-        return ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL;
-    default:
+    case mod_exp_outcome::exponent_is_zero:
+    case mod_exp_outcome::base_is_zero:
         return ZRC_ERR_COMPARE_FAIL;
+    default:
+        return ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL;
     }
 }
 

@@ -16,6 +16,8 @@ using owned_number = owned<ZRC_BIGINT, ZRC_Free_BIGINT>;
 // What a draw that will not do is repeated for: with keys that are none, it never does.
 inline constexpr int kMostDraws = 128;
 
+inline constexpr std::size_t kMostDigestBytes = 64;
+
 // Longer moduli are refused: with them, one exponentiation would take minutes.
 inline constexpr std::uint32_t kMostModulusBits = 16384;
 
@@ -44,6 +46,9 @@ void write_number(std::span<std::uint8_t> output, const ZRC_BIGINT& number) noex
 // Bytes that a number needs.
 std::size_t bytes_in(const ZRC_BIGINT& number) noexcept;
 
+// 0 < n < q. Returns 0, ZRC_ERR_IS_BIGINT_ZERO_FAIL or ZRC_ERR_CMP_BIGINT_FAIL.
+std::uint32_t test_range(const ZRC_BIGINT& n, const ZRC_BIGINT& q) noexcept;
+
 // z = the leftmost bits of a digest, as many as q has at most (FIPS 186-4, 4.6). False without memory.
 bool set_leftmost_bits(ZRC_BIGINT& z, std::span<const std::uint8_t> digest, const ZRC_BIGINT& q) noexcept;
 
@@ -62,7 +67,8 @@ std::uint32_t test_group(const number_group& group) noexcept;
 // Whether 2 <= y <= p - 2. p is odd.
 bool is_in_range(const ZRC_BIGINT& y, const ZRC_BIGINT& p) noexcept;
 
-// Whether y^q = 1 mod p. Returns 0, ZRC_ERR_COMPARE_FAIL, or ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL without memory.
+// Whether y^q = 1 mod p. Returns 0, ZRC_ERR_COMPARE_FAIL, or ZRC_ERR_MOD_EXP_MONT_BIGINT_FAIL when p is even and
+// without memory.
 std::uint32_t test_order(const ZRC_BIGINT& y, const ZRC_BIGINT& q, const ZRC_BIGINT& p) noexcept;
 
 } // namespace zrc

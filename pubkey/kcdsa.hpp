@@ -10,8 +10,6 @@
 
 namespace zrc {
 
-inline constexpr std::size_t kMostDigestBytes = 64;
-
 // Domain parameters, wherever they are.
 struct kcdsa_domain_view {
     const ZRC_BIGINT& p;

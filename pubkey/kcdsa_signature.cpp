@@ -2,11 +2,11 @@
 #include "bigint/euclid.hpp"
 #include "bigint/mod_exp.hpp"
 #include "bigint/operand.hpp"
-#include "bigint/pool_frame.hpp"
 #include "bigint/secret_arithmetic.hpp"
 #include "core/error.hpp"
 #include "core/secret.hpp"
 #include "pubkey/kcdsa.hpp"
+#include "pubkey/secret_frame.hpp"
 
 #include <algorithm>
 #include <array>
@@ -16,23 +16,6 @@
 
 namespace zrc {
 namespace {
-
-// A temporary of a pool, which would keep what it holds: it is wiped when its scope, inside that of its frame, ends.
-class secret_temporary {
-public:
-    explicit secret_temporary(pool_frame& frame) noexcept : number_{frame.get()} {}
-    secret_temporary(const secret_temporary&) = delete;
-    secret_temporary& operator=(const secret_temporary&) = delete;
-    ~secret_temporary()
-    {
-        if (number_ && number_->data) wipe(number_->data, std::size_t(number_->allocated) * sizeof(std::uint32_t));
-    }
-
-    ZRC_BIGINT* get() const noexcept { return number_; } // null without memory
-
-private:
-    ZRC_BIGINT* number_;
-};
 
 std::uint32_t bits_of(const ZRC_BIGINT& number) noexcept
 {
@@ -123,25 +106,24 @@ std::uint32_t kcdsa_challenge(ZRC_BIGINT& e, std::uint8_t* r, ZRC_DIGEST_UNIT& d
 std::uint32_t kcdsa_response(ZRC_BIGINT& s, const ZRC_KCDSA_UNIT& unit, const ZRC_BIGINT& k,
                              const ZRC_BIGINT& e) noexcept
 {
-    pool_frame frame{unit.pool};
-    const secret_temporary difference{frame};
-    if (!difference.get()) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
-    if (!clear_words(*difference.get(), unit.q->length)) return ZRC_ERR_SUB_BIGINT_FAIL;
-    if (!secret_mod_sub(difference.get(), &k, &e, unit.q)) return ZRC_ERR_SUB_BIGINT_FAIL;
-    difference.get()->length = unit.q->length;
-    return secret_mod_mul(&s, unit.x, difference.get(), unit.q) ? 0 : ZRC_ERR_MOD_MTP_BIGINT_FAIL;
+    secret_frame frame{unit.pool};
+    ZRC_BIGINT* const difference = frame.get();
+    if (!difference) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
+    if (!clear_words(*difference, unit.q->length)) return ZRC_ERR_SUB_BIGINT_FAIL;
+    if (!secret_mod_sub(difference, &k, &e, unit.q)) return ZRC_ERR_SUB_BIGINT_FAIL;
+    difference->length = unit.q->length;
+    return secret_mod_mul(&s, unit.x, difference, unit.q) ? 0 : ZRC_ERR_MOD_MTP_BIGINT_FAIL;
 }
 
 std::uint32_t sign_kcdsa_with_nonce(ZRC_BIGINT& s, std::uint8_t* r, ZRC_KCDSA_UNIT& unit, byte_span hash,
                                     const ZRC_BIGINT& k) noexcept
 {
-    pool_frame frame{unit.pool};
-    ZRC_BIGINT* const w = frame.get();
-    const secret_temporary e{frame};
-    if (!w || !e.get()) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
+    secret_frame frame{unit.pool};
+    ZRC_BIGINT *const w = frame.get(), *const e = frame.get();
+    if (!w || !e) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
     if (const std::uint32_t reason = kcdsa_power(*w, unit, k); reason != 0) return reason;
-    if (const std::uint32_t reason = kcdsa_challenge(*e.get(), r, *unit.digest, hash, *w); reason != 0) return reason;
-    return kcdsa_response(s, unit, k, *e.get());
+    if (const std::uint32_t reason = kcdsa_challenge(*e, r, *unit.digest, hash, *w); reason != 0) return reason;
+    return kcdsa_response(s, unit, k, *e);
 }
 
 } // namespace zrc
@@ -157,17 +139,16 @@ std::uint32_t ZRC_Sign_KCDSA(ZRC_KCDSA_UNIT* unit, std::uint8_t* R, std::int32_t
     std::int32_t length = 0;
     if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
 
-    zrc::pool_frame frame{unit->pool};
-    ZRC_BIGINT* const s = frame.get();
-    const zrc::secret_temporary k{frame};
-    if (!frame.open() || !s || !k.get()) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
+    zrc::secret_frame frame{unit->pool};
+    ZRC_BIGINT *const s = frame.get(), *const k = frame.get();
+    if (!frame.open() || !s || !k) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
 
     std::array<std::uint8_t, zrc::kMostDigestBytes> r;
     for (int draws = 0; zrc::is_zero(*s); ++draws) {
         if (draws == zrc::kMostDraws) return fail(ZRC_ERR_GET_RAND_FAIL);
-        if (zrc::draw_kcdsa_nonce(k.get(), unit->q) != 0) return fail(ZRC_ERR_GET_RAND_FAIL);
+        if (zrc::draw_kcdsa_nonce(k, unit->q) != 0) return fail(ZRC_ERR_GET_RAND_FAIL);
         const zrc::byte_span message_hash{hash.data(), std::size_t(length)};
-        const std::uint32_t reason = zrc::sign_kcdsa_with_nonce(*s, r.data(), *unit, message_hash, *k.get());
+        const std::uint32_t reason = zrc::sign_kcdsa_with_nonce(*s, r.data(), *unit, message_hash, *k);
         if (reason != 0) return fail(reason);
     }
     std::memcpy(R, r.data(), std::size_t(length));
@@ -188,19 +169,17 @@ std::uint32_t ZRC_Verify_KCDSA(ZRC_KCDSA_UNIT* unit, const std::uint8_t* R, std:
     if (ZRC_Final_DIGEST(unit->digest, hash.data(), &length) != 0) return fail(ZRC_ERR_FINAL_DIGEST_FAIL);
     if (R_length != length) return fail(ZRC_ERR_VERIFY_FAILURE);
 
-    zrc::pool_frame frame{unit->pool};
+    zrc::secret_frame frame{unit->pool};
     if (!frame.open()) return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
-    ZRC_BIGINT* const s = frame.get();
-    ZRC_BIGINT* const w = frame.get();
-    const zrc::secret_temporary e{frame};
-    if (!s || !w || !e.get()) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
+    ZRC_BIGINT *const s = frame.get(), *const w = frame.get(), *const e = frame.get();
+    if (!s || !w || !e) return fail(ZRC_ERR_GET_BIGINT_POOL_FAIL);
 
     if (!ZRC_Binary_To_BIGINT(S, S_length, s)) return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
     if (zrc::is_zero(*s)) return fail(ZRC_ERR_IS_BIGINT_ZERO_FAIL);
     if (ZRC_Cmp_BIGINT(s, unit->q) > 0) return fail(ZRC_ERR_CMP_BIGINT_FAIL); // s = q passes
-    if (!zrc::set_challenge(e.get(), {hash.data(), std::size_t(length)}, R)) return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
+    if (!zrc::set_challenge(e, {hash.data(), std::size_t(length)}, R)) return fail(ZRC_ERR_BINARY_TO_BIGINT_FAIL);
 
-    switch (zrc::open_mod_exp_product(w, unit->y, s, unit->g, e.get(), unit->p)) {
+    switch (zrc::open_mod_exp_product(w, unit->y, s, unit->g, e, unit->p)) {
     case zrc::mod_exp_outcome::done:
         break;
     case zrc::mod_exp_outcome::base_is_zero:

@@ -1,12 +1,18 @@
-// Init, Update and Final of the signature families that proven mode refuses whole: their units have the members digest,
-// operation and proven, and sign when operation is 1. `fail` makes a code of a reason.
+// What DSA and ECDSA do alike: Init, Update and Final, and the steps of signing and verifying around the arithmetic of
+// each. Their units have the members digest, operation, proven and pool, and sign when operation is 1. `fail` makes a
+// code of a reason.
 #pragma once
 
+#include "bigint/operand.hpp"
 #include "core/owned.hpp"
+#include "core/secret.hpp"
 #include "kestrim/digest.h"
 #include "kestrim/error.h"
 #include "kestrim/state.h"
+#include "pubkey/group_signature.hpp"
+#include "pubkey/secret_frame.hpp"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace zrc {
@@ -51,6 +57,69 @@ std::uint32_t final_signature(Unit* unit, const signature_buffers& to, auto fail
     if (!unit || !to.R || !to.R_length || !to.S || !to.S_length) return fail(ZRC_ERR_NULL_INPUT);
     if (unit->operation == 1) return Sign(unit, to.R, to.R_length, to.S, to.S_length);
     return Verify(unit, to.R, *to.R_length, to.S, *to.S_length);
+}
+
+// z = the leftmost bits of the message's digest, as many as q has at most. Returns 0 or the reason.
+template <class Unit>
+std::uint32_t finish_message(ZRC_BIGINT& z, const Unit& unit, const ZRC_BIGINT& q) noexcept
+{
+    secret_array<std::uint8_t, kMostDigestBytes> hash;
+    std::int32_t length = 0;
+    if (ZRC_Final_DIGEST(unit.digest, hash.data(), &length) != 0) return ZRC_ERR_FINAL_DIGEST_FAIL;
+    const bool set = set_leftmost_bits(z, {hash.data(), std::size_t(length)}, q);
+    return set ? 0U : std::uint32_t{ZRC_ERR_BINARY_TO_BIGINT_FAIL};
+}
+
+// What a family says when there is no nonce, and when no nonce gave a signature.
+struct signing_reasons {
+    std::uint32_t no_nonce, no_signature;
+};
+
+// Signs what the unit has been fed: sign_with_nonce(r, s, z, k) sets two numbers modulo q, or returns a reason. Nothing
+// is written before both are there and neither is 0. Returns 0 or the reason.
+template <class Unit>
+std::uint32_t sign_message(const Unit& unit, const ZRC_BIGINT& q, const signature_buffers& to,
+                           const signing_reasons& reasons, auto sign_with_nonce) noexcept
+{
+    secret_frame frame{unit.pool};
+    ZRC_BIGINT *const z = frame.get(), *const k = frame.get(), *const r = frame.get(), *const s = frame.get();
+    if (!frame.open() || !z || !k || !r || !s) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
+    if (const std::uint32_t reason = finish_message(*z, unit, q); reason != 0) return reason;
+
+    for (int draws = 0; is_zero(*r) || is_zero(*s); ++draws) {
+        if (draws == kMostDraws) return reasons.no_signature;
+        if (draw_nonce(*k, q) != 0) return reasons.no_nonce;
+        if (const std::uint32_t reason = sign_with_nonce(*r, *s, *z, *k); reason != 0) return reason;
+    }
+    const std::size_t bytes = bytes_in(q);
+    write_number({to.R, bytes}, *r);
+    write_number({to.S, bytes}, *s);
+    *to.R_length = *to.S_length = std::int32_t(bytes);
+    return 0;
+}
+
+// A signature to be verified.
+struct signature_bytes {
+    const std::uint8_t* R;
+    std::int32_t R_length;
+    const std::uint8_t* S;
+    std::int32_t S_length;
+};
+
+// Verifies a signature of what the unit has been fed: test(z, r, s) gets two numbers from 1 to q - 1 and returns 0 or
+// the reason, as this does.
+template <class Unit>
+std::uint32_t verify_message(const Unit& unit, const ZRC_BIGINT& q, const signature_bytes& from, auto test) noexcept
+{
+    secret_frame frame{unit.pool};
+    ZRC_BIGINT *const z = frame.get(), *const r = frame.get(), *const s = frame.get();
+    if (!frame.open() || !z || !r || !s) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
+    if (const std::uint32_t reason = finish_message(*z, unit, q); reason != 0) return reason;
+    if (!ZRC_Binary_To_BIGINT(from.R, from.R_length, r) || !ZRC_Binary_To_BIGINT(from.S, from.S_length, s))
+        return ZRC_ERR_BINARY_TO_BIGINT_FAIL;
+    for (const ZRC_BIGINT* number : {r, s})
+        if (const std::uint32_t reason = test_range(*number, q); reason != 0) return reason;
+    return test(*z, *r, *s);
 }
 
 } // namespace zrc

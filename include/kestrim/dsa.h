@@ -127,7 +127,7 @@ ZRC_API uint32_t ZRC_Generate_DSA_Key_Pair(ZRC_DSA_UNIT *unit);
  *   operation  1: sign; else: verify
  *   digest_id  any digest
  *
- * Returns 0, or, with the digest as it was,
+ * Returns 0, the code of a failed self-test, or, with the digest and the operation as they were,
  *   0x0C020049  ZRC_ERR_NULL_INPUT            unit is null (tested before the gate)
  *   0x0C0200F0  ZRC_ERR_NOT_PROVEN_ALGORITHM  proven mode is in force
  *   0x0C02003B  ZRC_ERR_MEM_ALLOC             no memory for the digest unit

@@ -90,12 +90,14 @@ ZRC_API uint32_t ZRC_Set_ECDSA_Params(ZRC_ECDSA_UNIT *unit, const ZRC_ECC_CURVE 
 ZRC_API uint32_t ZRC_Generate_ECDSA_Key_Pair(ZRC_ECDSA_UNIT *unit, const ZRC_ECC_CURVE *curve);
 
 /*
- * ZRC_Init_ECDSA - start a signature with a new digest. The key stays; it may be loaded before or after.
+ * ZRC_Init_ECDSA - start a signature with a digest, in place of the one that the unit has: a message that was begun is
+ * dropped. The key stays, and may be loaded before; loading one afterwards cleans the unit, so that Init is due
+ * again.
  *
  *   operation  1: sign; else: verify
  *   digest_id  any digest
  *
- * Returns 0, the code of a failed self-test, or, with the unit as it was,
+ * Returns 0, the code of a failed self-test, or, with the digest and the operation as they were,
  *   0x21010049  ZRC_ERR_NULL_INPUT            unit is null (tested before the gate)
  *   0x210100F0  ZRC_ERR_NOT_PROVEN_ALGORITHM  in proven mode, always
  *   0x21010022  ZRC_ERR_INIT_DIGEST_FAIL      the digest is unknown, or there is no memory for it

@@ -341,7 +341,8 @@ ZRC_API int64_t ZRC_Get_STREAM_Length(const ZRC_STREAM *stream);
  *
  * Returns 0, or
  *   0x0D080049  ZRC_ERR_NULL_INPUT              stream is null
- *   0x0D080034  ZRC_ERR_INVALID_UNIT            the stream was closed, or the next of a filter is
+ *   0x0D080034  ZRC_ERR_INVALID_UNIT            the stream was closed, or the next of a cipher filter
+ *                                               that writes is
  *   0x0D080007  ZRC_ERR_CANNOT_CLOSE_STREAM     the system refused the file's last bytes; errno says why
  *   0x0D080017  ZRC_ERR_FINAL_BLOCKCIPHER_FAIL  as in ZRC_Flush_STREAM
  * and the reasons of ZRC_Write_STREAM for handing on the last bytes, or of an earlier write or flush that failed.
