@@ -407,16 +407,16 @@ bool output_fits(const ZRC_BLOCK_CIPHER_UNIT& unit, std::int32_t length) noexcep
 
 } // namespace
 
-message_result process_message(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* in, std::int32_t length,
-                               std::uint8_t* out, std::int32_t* out_length) noexcept
+std::uint32_t process_message(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* in, std::int32_t length,
+                              std::uint8_t* out, std::int32_t* out_length) noexcept
 {
     std::int32_t updated = 0, rest = 0;
-    if (!out_length || !output_fits(unit, length)) return message_result::update_failed;
-    if (ZRC_Update_BLOCK_CIPHER(&unit, out, &updated, in, length) != 0) return message_result::update_failed;
+    if (!out_length || !output_fits(unit, length)) return ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL;
+    if (ZRC_Update_BLOCK_CIPHER(&unit, out, &updated, in, length) != 0) return ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL;
     std::uint8_t* const behind = out ? out + updated : nullptr;
-    if (ZRC_Final_BLOCK_CIPHER(&unit, behind, &rest) != 0) return message_result::final_failed;
+    if (ZRC_Final_BLOCK_CIPHER(&unit, behind, &rest) != 0) return ZRC_ERR_FINAL_BLOCKCIPHER_FAIL;
     *out_length = updated + rest;
-    return message_result::done;
+    return 0;
 }
 
 } // namespace zrc
@@ -521,15 +521,8 @@ std::uint32_t ZRC_BLOCK_CIPHER(std::uint32_t id, std::uint32_t encrypt, const st
     const zrc::owned_block_cipher_unit unit{ZRC_New_BLOCK_CIPHER_Unit()};
     if (!unit) return fail(ZRC_ERR_MEM_ALLOC);
     if (ZRC_Init_BLOCK_CIPHER(unit.get(), id, key, iv, encrypt) != 0) return fail(ZRC_ERR_INIT_BLOCKCIPHER_FAIL);
-    switch (zrc::process_message(*unit, in, length, out, out_length)) {
-    case zrc::message_result::update_failed:
-        return fail(ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL);
-    case zrc::message_result::final_failed:
-        return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
-    case zrc::message_result::done:
-        break;
-    }
-    return 0;
+    const std::uint32_t reason = zrc::process_message(*unit, in, length, out, out_length);
+    return reason == 0 ? 0 : fail(reason);
 }
 
 std::uint32_t ZRC_Get_Block_Alg_ID(const ZRC_BLOCK_CIPHER_UNIT* unit)

@@ -24,12 +24,8 @@ int cipher_index(std::uint32_t id) noexcept;
 int mode_place(std::uint32_t mode) noexcept;
 
 // A whole message through a unit that is ready for one: Update and Final, with the lengths of both added up.
-enum class message_result {
-    done,
-    update_failed,
-    final_failed
-};
-message_result process_message(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* in, std::int32_t length,
-                               std::uint8_t* out, std::int32_t* out_length) noexcept;
+// Returns 0, ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL or ZRC_ERR_FINAL_BLOCKCIPHER_FAIL.
+std::uint32_t process_message(ZRC_BLOCK_CIPHER_UNIT& unit, const std::uint8_t* in, std::int32_t length,
+                              std::uint8_t* out, std::int32_t* out_length) noexcept;
 
 } // namespace zrc

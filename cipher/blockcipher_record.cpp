@@ -155,13 +155,6 @@ std::uint32_t ZRC_DoFinal_Advanced_BLOCK_CIPHER(const std::uint8_t* record, std:
     if (!unit || blockcipher_BinaryKey_to_Unit(record, record_length, unit.get()) != 0) {
         return fail(ZRC_ERR_SUB_OPERATION_FAILURE);
     }
-    switch (zrc::process_message(*unit, in, length, out, out_length)) {
-    case zrc::message_result::update_failed:
-        return fail(ZRC_ERR_UPDATE_BLOCKCIPHER_FAIL);
-    case zrc::message_result::final_failed:
-        return fail(ZRC_ERR_FINAL_BLOCKCIPHER_FAIL);
-    case zrc::message_result::done:
-        break;
-    }
-    return 0;
+    const std::uint32_t reason = zrc::process_message(*unit, in, length, out, out_length);
+    return reason == 0 ? 0 : fail(reason);
 }
