@@ -1,17 +1,12 @@
 // RSA and KCDSA beside OpenSSL's RSA and DSA. Speeds are operations per second. Both sides hold the same RSA keys and
-// take each other's signatures and ciphertexts; OpenSSL keeps its contexts and digests from one message to the next.
-// Last comes the power-up self-test of proven mode, in a fresh process each time.
-//
-// <openssl/rsa.h> cannot be included: it has a PKCS1_MGF1, too. Options are set by name instead.
-#include "bench/bigint_peer.hpp"
+// take each other's signatures and ciphertexts. Last comes the power-up self-test of proven mode, in a fresh process
+// each time.
 #include "bench/library.hpp"
 #include "bench/mean.hpp"
+#include "bench/pubkey_peer.hpp"
 
 #include <algorithm>
 #include <memory>
-#include <openssl/core_names.h>
-#include <openssl/evp.h>
-#include <openssl/param_build.h>
 #include <string>
 #include <string_view>
 #include <sys/wait.h>
@@ -23,35 +18,6 @@ namespace {
 using namespace bench;
 
 constexpr std::uint32_t kPss = ZRC_RSASSA_PSS | 32U << ZRC_RSASSA_SALT_SHIFT;
-const bytes kMessage(64, 0x6B);
-
-void must(bool good, std::string_view what)
-{
-    if (good) return;
-    std::fprintf(stderr, "%.*s\n", int(what.size()), what.data());
-    std::exit(1);
-}
-
-struct openssl_releaser {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
-    void operator()(EVP_MD* md) const { EVP_MD_free(md); }
-    void operator()(OSSL_PARAM* parameters) const { OSSL_PARAM_free(parameters); }
-    void operator()(OSSL_PARAM_BLD* builder) const { OSSL_PARAM_BLD_free(builder); }
-};
-template <class T>
-using of_openssl = std::shared_ptr<T>;
-
-of_openssl<EVP_PKEY> held(EVP_PKEY* key)
-{
-    must(key != nullptr, "OpenSSL made no key");
-    return {key, openssl_releaser{}};
-}
-
-of_openssl<EVP_PKEY_CTX> context_of(const of_openssl<EVP_PKEY>& key)
-{
-    return {EVP_PKEY_CTX_new(key.get(), nullptr), openssl_releaser{}};
-}
 
 char pss[] = "pss", oaep[] = "oaep", sha256[] = "SHA256", salt_bytes[] = "32";
 const OSSL_PARAM kPssOptions[] = {
@@ -86,27 +52,16 @@ struct rsa_key {
 
     rsa_key(const of_openssl<EVP_PKEY>& from, std::size_t parts)
     {
-        const std::unique_ptr<OSSL_PARAM_BLD, openssl_releaser> builder{OSSL_PARAM_BLD_new()};
-        std::vector<std::unique_ptr<BIGNUM, releaser>> values;
+        openssl_parts of_peer;
         std::vector<kestrim::number> numbers;
         ZRC_BIGINT* part[kAllParts] = {};
         for (std::size_t i = 0; i < parts; ++i) {
-            BIGNUM* value = nullptr;
-            must(EVP_PKEY_get_bn_param(from.get(), kParts[i], &value) == 1, kParts[i]);
-            values.emplace_back(value);
-            OSSL_PARAM_BLD_push_BN(builder.get(), kParts[i], value);
-            bytes data(std::size_t(BN_num_bytes(value)));
-            BN_bn2bin(value, data.data());
-            numbers.emplace_back(data);
+            const bytes value = part_of(from, kParts[i]);
+            of_peer.add(kParts[i], value);
+            numbers.emplace_back(value);
             part[i] = numbers.back();
         }
-        const std::unique_ptr<OSSL_PARAM, openssl_releaser> parameters{OSSL_PARAM_BLD_to_param(builder.get())};
-        const std::unique_ptr<EVP_PKEY_CTX, openssl_releaser> context{
-            EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr)};
-        EVP_PKEY* key = nullptr;
-        EVP_PKEY_fromdata_init(context.get());
-        EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_KEYPAIR, parameters.get());
-        peer = held(key);
+        peer = of_peer.key("RSA");
         must(ZRC_Set_RSA_Params(ours.get(), part[0], part[1], part[2], part[3], part[4], part[5], part[6], part[7]) ==
                  0,
              "the key does not load");
@@ -117,45 +72,6 @@ std::size_t bytes_of(const rsa_key& key)
 {
     return ZRC_Get_RSA_Length(key.ours.get());
 }
-
-// SHA-256, and then a signature of it: PSS for RSA. Not with the message's digest inside, for speed.
-class openssl_signer {
-public:
-    explicit openssl_signer(const of_openssl<EVP_PKEY>& key) : key_{key}
-    {
-        const OSSL_PARAM* const options = EVP_PKEY_is_a(key.get(), "RSA") == 1 ? kPssOptions : nullptr;
-        must(EVP_PKEY_sign_init_ex(sign_.get(), options) == 1 && EVP_PKEY_verify_init_ex(verify_.get(), options) == 1,
-             "OpenSSL cannot sign");
-    }
-
-    bytes sign() const
-    {
-        const auto digest = hash();
-        bytes signature(std::size_t(EVP_PKEY_get_size(key_.get())));
-        std::size_t length = signature.size();
-        must(EVP_PKEY_sign(sign_.get(), signature.data(), &length, digest.data(), digest.size()) == 1, "not signed");
-        signature.resize(length);
-        return signature;
-    }
-
-    bool verify(const bytes& signature) const
-    {
-        const auto digest = hash();
-        return EVP_PKEY_verify(verify_.get(), signature.data(), signature.size(), digest.data(), digest.size()) == 1;
-    }
-
-private:
-    std::array<std::uint8_t, 32> hash() const
-    {
-        std::array<std::uint8_t, 32> digest;
-        EVP_Digest(kMessage.data(), kMessage.size(), digest.data(), nullptr, md_.get(), nullptr);
-        return digest;
-    }
-
-    of_openssl<EVP_PKEY> key_;
-    of_openssl<EVP_PKEY_CTX> sign_ = context_of(key_), verify_ = context_of(key_);
-    of_openssl<EVP_MD> md_{EVP_MD_fetch(nullptr, "SHA256", nullptr), openssl_releaser{}};
-};
 
 bytes sign(const rsa_key& key)
 {
@@ -178,16 +94,9 @@ bool verify(const rsa_key& key, bytes& signature)
            ZRC_Final_RSASSA(unit, signature.data(), &length) == 0;
 }
 
-// A row whose two sides have been checked already; `ours` and `peers` do the work once.
-void add(comparison& table, const std::string& row, auto ours, auto peers)
-{
-    const auto run = [](auto work) { return [=] { return [=](output&) mutable { work(); }; }; };
-    table.add(row, "OpenSSL", kOperation, run(ours), run(peers));
-}
-
 void add_signatures(comparison& table, const std::string& row, const rsa_key& key, bool with_verify)
 {
-    const openssl_signer peer{key.peer};
+    const openssl_signer peer{key.peer, kPssOptions};
     bytes our_signature = sign(key), peer_signature = peer.sign();
     must(peer.verify(our_signature) && verify(key, peer_signature), row + ": the other's signature is refused");
     ++our_signature.back();

@@ -7,7 +7,11 @@
 #include "tools/output.hpp"
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
 #include <memory>
+#include <unistd.h>
+#include <utility>
 
 namespace tool {
 namespace {
@@ -35,19 +39,51 @@ struct dhparam_options {
     std::string file;
 };
 
-bool verify_sets(int p_bits)
+// A line on the terminal that says which set is next; not in the first second.
+class set_counter {
+public:
+    explicit set_counter(const session& session) : shown_{!session.quiet && ::isatty(STDERR_FILENO) == 1} {}
+    set_counter(const set_counter&) = delete;
+    set_counter& operator=(const set_counter&) = delete;
+    ~set_counter() { erase(); }
+
+    void show(int p_bits, std::int32_t set)
+    {
+        if (!shown_ || clock::now() - start_ < std::chrono::seconds{1}) return;
+        std::fprintf(stderr, "\r%d bits: set %d of %d", p_bits, int(set) + 1, int(ZRC_DH_PRECOMPUTED_SETS));
+        written_ = true;
+    }
+    void erase()
+    {
+        if (std::exchange(written_, false)) std::fprintf(stderr, "\r%*s\r", kWidth, "");
+    }
+
+private:
+    using clock = std::chrono::steady_clock;
+    static constexpr int kWidth = 32; // of the longest line, and more
+
+    bool shown_;
+    bool written_ = false;
+    clock::time_point start_ = clock::now();
+};
+
+bool verify_sets(int p_bits, const session& session)
 {
     const algorithm digest{ZRC_SHA256, 32};
+    set_counter counter{session};
     int good = 0;
     for (std::int32_t i = 0; i < ZRC_DH_PRECOMPUTED_SETS; ++i) {
+        counter.show(p_bits, i);
         const dh_unit unit = new_dh_domain(p_bits, usual_q_bits(p_bits), ZRC_DH_PRECOMPUTED_SET + i);
         const std::string fault = fault_of(stored_key(*unit), digest.id);
         if (fault.empty()) {
             ++good;
         } else {
+            counter.erase();
             write(std::to_string(p_bits) + " bits, set " + std::to_string(i) + ": FAILED (" + fault + ")\n");
         }
     }
+    counter.erase();
     write(std::to_string(p_bits) + " bits: " + std::to_string(good) + " of " + std::to_string(ZRC_DH_PRECOMPUTED_SETS) +
           " sets verified\n");
     return good == ZRC_DH_PRECOMPUTED_SETS;
@@ -64,9 +100,9 @@ bool verify_all_sets(const dhparam_options& options, const session& session)
 {
     if (options.one_length) require_sets(options.p_bits, usual_q_bits(options.p_bits));
     start_library("dh", false, session);
-    if (options.one_length) return verify_sets(options.p_bits);
-    const bool short_ones = verify_sets(1024);
-    return verify_sets(2048) && short_ones;
+    if (options.one_length) return verify_sets(options.p_bits, session);
+    const bool short_ones = verify_sets(1024, session);
+    return verify_sets(2048, session) && short_ones;
 }
 
 bool verify_file(const dhparam_options& options, const session& session)

@@ -3,6 +3,7 @@
 #include "tools/arguments.hpp"
 #include "tools/dh_key.hpp"
 #include "tools/key_file.hpp"
+#include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
 #include <CLI/CLI.hpp>
@@ -25,8 +26,7 @@ struct gendh_options {
     int private_bits = 0; // 0: as the notes say
     bool pkcs3 = false;
     std::string parameters; // a file
-    std::string output;
-    std::string public_output;
+    key_output output;
 };
 
 dh_key given_parameters(const gendh_options& options, const session& session)
@@ -54,10 +54,8 @@ void run(const gendh_options& options, const session& session)
 
     dh_key private_key = key;
     private_key.x = stored_key(*unit).x;
-    save_key(write_dh_pem(private_key), plain(options.output), readers::owner);
-    if (options.public_output.empty()) return;
     key.y = stored_key(*unit).y;
-    save_key(write_dh_pem(key), plain(options.public_output), readers::usual);
+    save_key_pair(options.output, write_dh_pem(private_key), write_dh_pem(key));
 }
 
 } // namespace
@@ -73,9 +71,7 @@ void add_gendh(CLI::App& app, session& session)
     command->add_option("--length", options->private_bits, "Length of the private value, 160 bits or more")
         ->check(CLI::Range(160, 16384));
     command->add_flag("--pkcs3", options->pkcs3, "Write parameters of PKCS #3, without q, and not of X9.42");
-    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
-        ->required();
-    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    add_key_output(*command, options->output);
     command->footer(kNotes);
     command->callback([options, &session] { run(*options, session); });
 }

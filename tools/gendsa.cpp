@@ -3,6 +3,7 @@
 #include "tools/arguments.hpp"
 #include "tools/dsa_key.hpp"
 #include "tools/key_file.hpp"
+#include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
 #include <CLI/CLI.hpp>
@@ -18,16 +19,12 @@ constexpr const char* kNotes =
     "Proven mode has no DSA.";
 
 struct gendsa_options {
-    int p_bits = 2048;
-    int q_bits = 0; // 0: the usual
-    bool parameters_only = false;
+    domain_options domain;
     bool traditional = false;
-    std::string parameters; // a file to take p, q and g from
-    std::string output;
-    std::string public_output;
+    key_output output;
 };
 
-dsa_unit generated_domain(const gendsa_options& options, const session& session)
+dsa_unit generated_domain(const domain_options& options, const session& session)
 {
     const int q_bits = options.q_bits != 0 ? options.q_bits : options.p_bits == 1024 ? 160 : 256;
     start_library("dsa-" + std::to_string(options.p_bits) + "-" + std::to_string(q_bits), false, session);
@@ -36,7 +33,7 @@ dsa_unit generated_domain(const gendsa_options& options, const session& session)
     return unit;
 }
 
-dsa_unit given_domain(const gendsa_options& options, const session& session)
+dsa_unit given_domain(const domain_options& options, const session& session)
 {
     dsa_key parameters = key_file{plain(options.parameters), session}.dsa_parameters();
     parameters.x.clear();
@@ -47,21 +44,17 @@ dsa_unit given_domain(const gendsa_options& options, const session& session)
 
 void run(const gendsa_options& options, const session& session)
 {
-    if (options.parameters_only && !options.public_output.empty()) {
-        throw failure{kUsage, "--params-only makes no key for --public"};
-    }
-    const dsa_unit unit =
-        options.parameters.empty() ? generated_domain(options, session) : given_domain(options, session);
-    const std::string output = plain(options.output);
-    if (options.parameters_only) return save_key(write_dsa_pem(stored_key(*unit)), output, readers::usual);
+    const domain_options& domain = options.domain;
+    require_key_for_public(domain, options.output);
+    const dsa_unit unit = domain.parameters.empty() ? generated_domain(domain, session) : given_domain(domain, session);
+    if (domain.parameters_only)
+        return save_key(write_dsa_pem(stored_key(*unit)), plain(options.output.private_name), readers::usual);
 
     require(ZRC_Generate_DSA_Key_Pair(unit.get()), "ZRC_Generate_DSA_Key_Pair");
     dsa_key key = stored_key(*unit);
-    save_key(write_dsa_pem(key, options.traditional ? key_form::traditional : key_form::general), output,
-             readers::owner);
-    if (options.public_output.empty()) return;
+    const std::string pem = write_dsa_pem(key, options.traditional ? key_form::traditional : key_form::general);
     key.x.clear();
-    save_key(write_dsa_pem(key), plain(options.public_output), readers::usual);
+    save_key_pair(options.output, pem, write_dsa_pem(key));
 }
 
 } // namespace
@@ -70,17 +63,9 @@ void add_gendsa(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<gendsa_options>();
     CLI::App* command = app.add_subcommand("gendsa", "Generate DSA domain parameters and a key");
-    auto* p = command->add_option("-p,--p-bits", options->p_bits, "Length of p")->capture_default_str();
-    auto* q = command->add_option("-q,--q-bits", options->q_bits, "Length of q; 160 for a p of 1024 bits, else 256");
-    auto* only = command->add_flag("--params-only", options->parameters_only, "Domain parameters, and no key");
-    command->add_option("--params", options->parameters, "Take the domain parameters from this file")
-        ->excludes(only)
-        ->excludes(p)
-        ->excludes(q);
+    auto* only = add_domain_options(*command, options->domain, "Length of q; 160 for a p of 1024 bits, else 256");
     command->add_flag("--traditional", options->traditional, "Write \"DSA PRIVATE KEY\", not PKCS #8")->excludes(only);
-    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
-        ->required();
-    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    add_key_output(*command, options->output);
     command->footer(kNotes);
     command->callback([options, &session] { run(*options, session); });
 }

@@ -2,7 +2,7 @@
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/ec_key.hpp"
-#include "tools/key_file.hpp"
+#include "tools/key_generation.hpp"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -17,8 +17,7 @@ constexpr const char* kNotes = "The key signs (ECDSA: kestrim sign) and agrees o
 struct genec_options {
     std::string curve = "P-256";
     bool traditional = false;
-    std::string output;
-    std::string public_output;
+    key_output output;
 };
 
 void run(const genec_options& options, const session& session)
@@ -28,11 +27,9 @@ void run(const genec_options& options, const session& session)
     start_library("ec " + std::string{curve->name}, false, session);
 
     ec_key key = generate_key(*curve);
-    save_key(write_ec_pem(key, options.traditional ? key_form::traditional : key_form::general), plain(options.output),
-             readers::owner);
-    if (options.public_output.empty()) return;
+    const std::string pem = write_ec_pem(key, options.traditional ? key_form::traditional : key_form::general);
     key.d.clear();
-    save_key(write_ec_pem(key), plain(options.public_output), readers::usual);
+    save_key_pair(options.output, pem, write_ec_pem(key));
 }
 
 } // namespace
@@ -43,9 +40,7 @@ void add_genec(CLI::App& app, session& session)
     CLI::App* command = app.add_subcommand("genec", "Generate a key of an elliptic curve");
     command->add_option("-c,--curve", options->curve, curve_names() + ", or the names of SEC 2")->capture_default_str();
     command->add_flag("--traditional", options->traditional, "Write \"EC PRIVATE KEY\", not PKCS #8");
-    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
-        ->required();
-    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    add_key_output(*command, options->output);
     command->footer(kNotes);
     command->callback([options, &session] { run(*options, session); });
 }

@@ -3,6 +3,7 @@
 #include "tools/arguments.hpp"
 #include "tools/kcdsa_key.hpp"
 #include "tools/key_file.hpp"
+#include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
 #include <CLI/CLI.hpp>
@@ -19,13 +20,9 @@ constexpr const char* kNotes =
     "to 4096 bits for p and 160 to 256 for q, multiples of 8.";
 
 struct genkcdsa_options {
-    int p_bits = 2048;
-    int q_bits = 256;
+    domain_options domain{.q_bits = 256};
     std::string digest = kDefaultAlgorithm;
-    bool parameters_only = false;
-    std::string parameters; // a file to take p, q and g from
-    std::string output;
-    std::string public_output;
+    key_output output;
 };
 
 bool is_approved(std::size_t p_bits, std::size_t q_bits, const std::string& digest)
@@ -48,16 +45,16 @@ struct domain {
 
 domain generated_domain(const genkcdsa_options& options, const session& session)
 {
-    const algorithm digest = choose(std::size_t(options.p_bits), std::size_t(options.q_bits), options, session);
+    const int p_bits = options.domain.p_bits, q_bits = options.domain.q_bits;
+    const algorithm digest = choose(std::size_t(p_bits), std::size_t(q_bits), options, session);
     kcdsa_unit unit = new_kcdsa_unit();
-    require(ZRC_Generate_KCDSA_Params_Ex(unit.get(), options.p_bits, options.q_bits, digest.id),
-            "ZRC_Generate_KCDSA_Params_Ex");
+    require(ZRC_Generate_KCDSA_Params_Ex(unit.get(), p_bits, q_bits, digest.id), "ZRC_Generate_KCDSA_Params_Ex");
     return {std::move(unit), digest};
 }
 
 domain given_domain(const genkcdsa_options& options, const session& session)
 {
-    kcdsa_key parameters = key_file{plain(options.parameters), session}.kcdsa_parameters();
+    kcdsa_key parameters = key_file{plain(options.domain.parameters), session}.kcdsa_parameters();
     parameters.x.clear();
     parameters.y.clear();
     const algorithm digest = choose(bits(parameters.p), bits(parameters.q), options, session);
@@ -66,21 +63,19 @@ domain given_domain(const genkcdsa_options& options, const session& session)
 
 void run(const genkcdsa_options& options, const session& session)
 {
-    if (options.parameters_only && !options.public_output.empty()) {
-        throw failure{kUsage, "--params-only makes no key for --public"};
-    }
+    require_key_for_public(options.domain, options.output);
     const domain domain =
-        options.parameters.empty() ? generated_domain(options, session) : given_domain(options, session);
-    if (options.parameters_only)
-        return save_key(write_kcdsa_pem(stored_key(*domain.unit)), plain(options.output), readers::usual);
+        options.domain.parameters.empty() ? generated_domain(options, session) : given_domain(options, session);
+    if (options.domain.parameters_only) {
+        return save_key(write_kcdsa_pem(stored_key(*domain.unit)), plain(options.output.private_name), readers::usual);
+    }
 
     require(ZRC_Generate_KCDSA_Key_Pair_Ex(domain.unit.get(), nullptr, 0, domain.digest.id),
             "ZRC_Generate_KCDSA_Key_Pair_Ex");
     kcdsa_key key = stored_key(*domain.unit);
-    save_key(write_kcdsa_pem(key), plain(options.output), readers::owner);
-    if (options.public_output.empty()) return;
+    const std::string pem = write_kcdsa_pem(key);
     key.x.clear();
-    save_key(write_kcdsa_pem(key), plain(options.public_output), readers::usual);
+    save_key_pair(options.output, pem, write_kcdsa_pem(key));
 }
 
 } // namespace
@@ -89,18 +84,10 @@ void add_genkcdsa(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<genkcdsa_options>();
     CLI::App* command = app.add_subcommand("genkcdsa", "Generate KCDSA domain parameters and a key");
-    auto* p = command->add_option("-p,--p-bits", options->p_bits, "Length of p")->capture_default_str();
-    auto* q = command->add_option("-q,--q-bits", options->q_bits, "Length of q")->capture_default_str();
+    add_domain_options(*command, options->domain, "Length of q");
     command->add_option("-a,--algorithm", options->digest, "Of the generation. " + algorithm_help())
         ->capture_default_str();
-    auto* only = command->add_flag("--params-only", options->parameters_only, "Domain parameters, and no key");
-    command->add_option("--params", options->parameters, "Take the domain parameters from this file")
-        ->excludes(only)
-        ->excludes(p)
-        ->excludes(q);
-    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
-        ->required();
-    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    add_key_output(*command, options->output);
     command->footer(kNotes);
     command->callback([options, &session] { run(*options, session); });
 }

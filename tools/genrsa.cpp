@@ -1,7 +1,7 @@
 // kestrim genrsa: RSA keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
-#include "tools/key_file.hpp"
+#include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
 #include "tools/rsa_key.hpp"
@@ -28,8 +28,7 @@ struct genrsa_options {
     std::string exponent = "65537";
     int version = 2;
     bool pkcs1 = false;
-    std::string output;
-    std::string public_output;
+    key_output output;
 };
 
 // Decimal digits, or hexadecimal ones behind 0x.
@@ -57,9 +56,7 @@ void run(const genrsa_options& options, const session& session)
 
     const rsa_private_key key = generated_key(*unit);
     const key_form form = options.pkcs1 ? key_form::traditional : key_form::general;
-    save_key(write_rsa_private_key_pem(key, form), plain(options.output), readers::owner);
-    if (options.public_output.empty()) return;
-    save_key(write_rsa_public_key_pem({key.n, key.e}, form), plain(options.public_output), readers::usual);
+    save_key_pair(options.output, write_rsa_private_key_pem(key, form), write_rsa_public_key_pem({key.n, key.e}, form));
 }
 
 } // namespace
@@ -76,9 +73,7 @@ void add_genrsa(CLI::App& app, session& session)
         ->check(CLI::Range(1, 2))
         ->capture_default_str();
     command->add_flag("--pkcs1", options->pkcs1, "Write PKCS #1, not PKCS #8 and SubjectPublicKeyInfo");
-    command->add_option("-o,--output", options->output, "The private key, for its owner only; - is standard output")
-        ->required();
-    command->add_option("--public", options->public_output, "The public key; - is standard output");
+    add_key_output(*command, options->output);
     command->footer(kNotes);
     command->callback([options, &session] { run(*options, session); });
 }

@@ -1,7 +1,8 @@
-// kestrim speed: how fast the algorithms are on this machine, at several message sizes.
+// kestrim speed: how fast the algorithms are on this machine, digests and ciphers at several message sizes.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/cipher_table.hpp"
+#include "tools/key_speed.hpp"
 #include "tools/library.hpp"
 #include "tools/message_cipher.hpp"
 #include "tools/output.hpp"
@@ -30,36 +31,61 @@ double now()
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
+// How often work can be done in a second.
+double rate(const std::function<void()>& work)
+{
+    work(); // caches and clock rates settle
+
+    std::size_t count = 0;
+    double seconds = 0;
+    const double start = now();
+    do {
+        work();
+        ++count;
+        seconds = now() - start;
+    } while (seconds < kSecondsPerCell);
+    return double(count) / seconds;
+}
+
 // Megabytes (10^6 bytes) per second.
 double throughput(message message, const std::function<void(tool::message)>& work)
 {
     const std::size_t repeats = std::max<std::size_t>(1, kBytesPerLook / message.size());
-    const auto batch = [&] {
+    const double batches = rate([&] {
         for (std::size_t i = 0; i < repeats; ++i)
             work(message);
-    };
-    batch(); // caches and clock rates settle
+    });
+    return batches * double(repeats) * double(message.size()) / 1e6;
+}
 
-    std::size_t batches = 0;
-    double seconds = 0;
-    const double start = now();
-    do {
-        batch();
-        ++batches;
-        seconds = now() - start;
-    } while (seconds < kSecondsPerCell);
-    return double(batches) * double(repeats) * double(message.size()) / seconds / 1e6;
+std::string first_cell(const std::string& name)
+{
+    char cell[64];
+    std::snprintf(cell, sizeof cell, "%-16s", name.c_str());
+    return cell;
+}
+
+std::string cell(double value)
+{
+    char cell[64];
+    std::snprintf(cell, sizeof cell, " %9.1f", value);
+    return cell;
 }
 
 void write_row(const std::string& name, message longest, const std::function<void(message)>& work)
 {
-    char cell[64];
-    std::snprintf(cell, sizeof cell, "%-16s", name.c_str());
-    std::string row = cell;
-    for (const std::size_t size : kSizes) {
-        std::snprintf(cell, sizeof cell, " %9.1f", throughput(longest.first(size), work));
-        row += cell;
-    }
+    std::string row = first_cell(name);
+    for (const std::size_t size : kSizes)
+        row += cell(throughput(longest.first(size), work));
+    write(row + "\n");
+}
+
+void measure_key(const std::string& name)
+{
+    const key_work key = new_key_work(name);
+    std::string row = first_cell(name);
+    for (const auto* work : {&key.sign, &key.verify, &key.agree})
+        row += *work ? cell(rate(*work)) : "         -";
     write(row + "\n");
 }
 
@@ -96,7 +122,10 @@ std::vector<std::string> names_of(auto wanted)
 
 std::vector<std::string> all_names()
 {
-    return names_of([](const cipher_mode&) { return true; });
+    std::vector<std::string> names = names_of([](const cipher_mode&) { return true; });
+    const std::vector<std::string> keys = key_work_names();
+    names.insert(names.end(), keys.begin(), keys.end());
+    return names;
 }
 
 // What is measured when nothing is named: all but CFB with short segments, many times slower than CFB itself.
@@ -105,22 +134,17 @@ std::vector<std::string> usual_names()
     return names_of([](const cipher_mode& cipher) { return !cipher.segments.process; });
 }
 
-// A digest or a cipher in a mode by its usual name.
+// A digest, a cipher in a mode or a key by its usual name.
 std::string known_name(const std::string& given)
 {
     for (const std::string& name : all_names())
         if (normalised(name) == normalised(given)) return name;
-    throw failure{kUsage, "unknown algorithm " + given + "; see kestrim dgst --help and kestrim enc --help"};
+    throw failure{kUsage, "unknown algorithm " + given + "; see the --help of kestrim dgst, enc and speed"};
 }
 
-void run(const std::vector<std::string>& given, const session& session)
+void measure_messages(const std::vector<std::string>& names)
 {
-    std::vector<std::string> names;
-    for (const std::string& word : given)
-        names.push_back(known_name(plain(word)));
-    if (names.empty()) names = usual_names();
-
-    start_library("speed", false, session);
+    if (names.empty()) return;
     const std::vector<std::string> digests = digest_names();
     const std::vector<std::uint8_t> longest(std::ranges::max(kSizes));
     write("MB/s                  16 B     1 KiB    16 KiB     1 MiB\n");
@@ -132,17 +156,49 @@ void run(const std::vector<std::string>& given, const session& session)
     }
 }
 
+void measure_keys(const std::vector<std::string>& names)
+{
+    if (names.empty()) return;
+    write("operations/s          sign    verify     agree\n");
+    std::ranges::for_each(names, measure_key);
+}
+
+void run(const std::vector<std::string>& given, const session& session)
+{
+    const std::vector<std::string> all_keys = key_work_names();
+    std::vector<std::string> others, keys;
+    for (const std::string& word : given) {
+        const std::string name = known_name(plain(word));
+        const bool key = std::ranges::find(all_keys, name) != all_keys.end();
+        (key ? keys : others).push_back(name);
+    }
+    if (given.empty()) {
+        others = usual_names();
+        keys = all_keys;
+    }
+
+    start_library("speed", false, session);
+    measure_messages(others);
+    measure_keys(keys);
+}
+
 } // namespace
 
 void add_speed(CLI::App& app, session& session)
 {
     const auto names = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = app.add_subcommand("speed", "Measure the digests and ciphers on this machine");
+    std::string keys;
+    for (const std::string& name : key_work_names())
+        keys += " " + name;
+    CLI::App* command = app.add_subcommand("speed", "Measure the algorithms on this machine");
     command->add_option("NAME", *names,
-                        "Digests and ciphers with a mode, such as aria-128-cbc; when none is given, all but those in "
-                        "cfb1 to cfb64");
-    command->footer("Half a second for each line, outside proven mode. Digests: whole messages of the size. Ciphers:\n"
-                    "encryption of a long message in pieces of the size.");
+                        "Digests, ciphers with a mode, such as aria-128-cbc, and keys:" + keys +
+                            "; when none is given, all but ciphers in cfb1 to cfb64");
+    command->footer(
+        "Half a second for each line, outside proven mode. Digests: whole messages of the size. Ciphers:\n"
+        "encryption of a long message in pieces of the size. Keys: signatures of messages of 64 bytes with\n"
+        "SHA-256, for RSA with PSS; secrets with the check of the other public value. The keys are new, which\n"
+        "takes a second or so.");
     command->callback([names, &session] { run(*names, session); });
 }
 

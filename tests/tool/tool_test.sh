@@ -346,10 +346,13 @@ done
 exec {message}>&-
 cd .. || exit 1
 
-# speed: a line for each, with four numbers above 0.
+# speed: a line for each, with four numbers above 0, or for keys those of what they do.
 "$kestrim" speed sha256 ARIA-128-cbc rc4 >logs/out 2>logs/err && [[ $(wc -l <logs/out) == 4 ]] &&
     tail -n +2 logs/out | awk '{ if (NF != 5 || $2 * $3 * $4 * $5 <= 0) exit 1; names = names $1 }
         END { exit names != "sha256aria-128-cbcrc4" }' || complain "speed" $?
+"$kestrim" speed ECDSA-P256 dh-2048-256 >logs/out 2>logs/err &&
+    tail -n +2 logs/out | awk '{ keys = keys $1 ($2 + 0 > 0) ($3 + 0 > 0) ($4 + 0 > 0) }
+        END { exit keys != "ecdsa-p-256110dh-2048-256001" }' || complain "speed of keys" $?
 expect_message "speed of nothing known" 2 "unknown algorithm aes-128" "$kestrim" speed md5 aes-128
 expect_message "refused: speed" 3 "not an approved" "$kestrim" --proven speed sha256
 
