@@ -1,11 +1,11 @@
 // kestrim calc: arithmetic on big numbers, one operation a call.
 #include "tools/arguments.hpp"
 #include "tools/command.hpp"
+#include "tools/command_line.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <vector>
 
@@ -82,14 +82,14 @@ void run(const calc_options& options)
 void add_calc(CLI::App& app, session&)
 {
     const auto options = std::make_shared<calc_options>();
-    CLI::App* command = app.add_subcommand("calc", "Arithmetic on big non-negative numbers in hexadecimal");
+    const subcommand command{app, "calc", "Arithmetic on big non-negative numbers in hexadecimal"};
     command
-        ->add_option("operation", options->operation,
-                     "add, sub, mul, div, mod, gcd A B; inverse A M; modmul A B M; modexp A E M")
-        ->required();
-    command->add_option("numbers", options->operands, "The operands")->required()->expected(1, 3);
-    command->add_flag("--dec", options->decimal, "Decimal output");
-    command->callback([options] { run(*options); });
+        .add("operation", options->operation,
+             "add, sub, mul, div, mod, gcd A B; inverse A M; modmul A B M; modexp A E M")
+        .required();
+    command.add("numbers", options->operands, "The operands").required().values(1, 3);
+    command.add_flag("--dec", options->decimal, "Decimal output");
+    command.set_action([options] { run(*options); });
 }
 
 } // namespace tool

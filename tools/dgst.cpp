@@ -2,12 +2,12 @@
 #include "tools/dgst.hpp"
 
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/input.hpp"
 #include "tools/library.hpp"
 #include "tools/line.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -50,11 +50,11 @@ std::vector<std::uint8_t> digest_of(const std::string& name, const algorithm& al
 void add_dgst(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<dgst_options>();
-    CLI::App* command = app.add_subcommand("dgst", "Print or check message digests");
-    command->add_option("-a,--algorithm", options->algorithm, algorithm_help())->capture_default_str();
-    command->add_flag("-c,--check", options->check, "Read lists of digests and check the files they name");
-    command->add_option("FILE", options->files, "Files; standard input when none is given or for -");
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "dgst", "Print or check message digests"};
+    command.add("-a,--algorithm", options->algorithm, algorithm_help()).show_default();
+    command.add_flag("-c,--check", options->check, "Read lists of digests and check the files they name");
+    command.add("FILE", options->files, "Files; standard input when none is given or for -");
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

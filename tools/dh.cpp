@@ -1,11 +1,11 @@
 // kestrim dh: what two parties have in common, with Diffie-Hellman keys and those of elliptic curves.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/dh_key.hpp"
 #include "tools/ec_key.hpp"
 #include "tools/key_file.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -58,14 +58,12 @@ void run(const dh_options& options, const session& session)
 void add_dh(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<dh_options>();
-    CLI::App* command = app.add_subcommand("dh", "Agree on a secret with another party");
-    command->add_option("-k,--key", options->key, "The own private key; - is standard input")->required();
-    command->add_option("-p,--peer", options->peer, "The public key of the other party; - is standard input")
-        ->required();
-    command->add_option("-o,--output", options->output, "The secret, for its owner only; - is standard output")
-        ->required();
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "dh", "Agree on a secret with another party"};
+    command.add("-k,--key", options->key, "The own private key; - is standard input").required();
+    command.add("-p,--peer", options->peer, "The public key of the other party; - is standard input").required();
+    command.add("-o,--output", options->output, "The secret, for its owner only; - is standard output").required();
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

@@ -2,12 +2,12 @@
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/cipher_table.hpp"
+#include "tools/command_line.hpp"
 #include "tools/input.hpp"
 #include "tools/key.hpp"
 #include "tools/message_cipher.hpp"
 #include "tools/output_file.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -97,19 +97,19 @@ void run(const enc_options& options, const session& session)
 void add_enc(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<enc_options>();
-    CLI::App* command = app.add_subcommand("enc", "Encrypt or decrypt a file");
-    command->add_option("-a,--algorithm", options->algorithm, cipher_mode_help())->required();
-    command->add_flag("-d,--decrypt", options->decrypt, "Decrypt");
-    add_key_options(*command, options->key);
-    command->add_option(
+    const subcommand command{app, "enc", "Encrypt or decrypt a file"};
+    command.add("-a,--algorithm", options->algorithm, cipher_mode_help()).required();
+    command.add_flag("-d,--decrypt", options->decrypt, "Decrypt");
+    add_key_options(command, options->key);
+    command.add(
         "--iv", options->iv.hex,
         "The initialisation vector, one block, in hexadecimal. A new one for each message; not for ecb and rc4");
-    command->add_option("--iv-file", options->iv.file, "File whose bytes, all of them, are the IV");
-    command->add_flag("--no-padding", options->no_padding, "ECB and CBC: the message is whole blocks and stays so");
-    command->add_option("-i,--input", options->input, "Input; - is standard input")->capture_default_str();
-    command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    command.add("--iv-file", options->iv.file, "File whose bytes, all of them, are the IV");
+    command.add_flag("--no-padding", options->no_padding, "ECB and CBC: the message is whole blocks and stays so");
+    command.add("-i,--input", options->input, "Input; - is standard input").show_default();
+    command.add("-o,--output", options->output, "Output; - is standard output").show_default();
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

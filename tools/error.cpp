@@ -1,8 +1,8 @@
 // kestrim error: what the library's error codes mean.
+#include "tools/command_line.hpp"
 #include "tools/library.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <limits>
 #include <memory>
@@ -74,9 +74,9 @@ bool explain(std::uint32_t code)
 void add_error(CLI::App& app, session& session)
 {
     const auto texts = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = app.add_subcommand("error", "Explain error codes of the library");
-    command->add_option("CODE", *texts, "Codes in decimal, or in hexadecimal with 0x")->required();
-    command->callback([texts, &session] {
+    const subcommand command{app, "error", "Explain error codes of the library"};
+    command.add("CODE", *texts, "Codes in decimal, or in hexadecimal with 0x").required();
+    command.set_action([texts, &session] {
         std::vector<std::uint32_t> codes;
         for (const std::string& text : *texts)
             codes.push_back(parse_code(text));

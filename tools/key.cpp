@@ -1,10 +1,9 @@
 #include "tools/key.hpp"
 
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/hex.hpp"
 #include "tools/input.hpp"
-
-#include <CLI/CLI.hpp>
 
 namespace tool {
 namespace {
@@ -37,13 +36,13 @@ std::vector<std::uint8_t> read_small_file(const std::string& name, const char* w
     return value;
 }
 
-void add_key_options(CLI::App& command, value_options& options)
+void add_key_options(const subcommand& command, value_options& options)
 {
-    command.add_option("--key-file", options.file,
-                       "File whose bytes, all of them, are the key; - is standard input. Preferred to -K");
-    command.add_option("-K,--key", options.hex,
-                       "The key in hexadecimal. Other users can see it in the list of processes, and the shell "
-                       "keeps it in its history");
+    command.add("--key-file", options.file,
+                "File whose bytes, all of them, are the key; - is standard input. Preferred to -K");
+    command.add("-K,--key", options.hex,
+                "The key in hexadecimal. Other users can see it in the list of processes, and the shell "
+                "keeps it in its history");
 }
 
 std::vector<std::uint8_t> read_key(const value_options& options, const session& session)

@@ -2,16 +2,13 @@
 #pragma once
 
 #include "tools/command.hpp"
+#include "tools/command_line.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace tool {
 
@@ -21,7 +18,7 @@ struct value_options {
     std::string file;
 };
 
-void add_key_options(CLI::App& command, value_options& options);
+void add_key_options(const subcommand& command, value_options& options);
 
 // All bytes of a file, or of standard input for "-": at most 1 MiB. Throws failure: kFailed when it cannot be read, kUsage
 // when it is longer than `what` ("a key") can be.

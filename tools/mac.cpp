@@ -2,13 +2,13 @@
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/cipher_table.hpp"
+#include "tools/command_line.hpp"
 #include "tools/input.hpp"
 #include "tools/key.hpp"
 #include "tools/library.hpp"
 #include "tools/line.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -119,11 +119,11 @@ void run(const mac_options& options, session& session)
 void add_mac(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<mac_options>();
-    CLI::App* command = app.add_subcommand("mac", "Print message authentication codes (HMAC, CBC-MAC, DES-MAC)");
-    command->add_option("-a,--algorithm", options->algorithm, mac_help())->capture_default_str();
-    add_key_options(*command, options->key);
-    command->add_option("FILE", options->files, "Files; standard input when none is given or for -");
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "mac", "Print message authentication codes (HMAC, CBC-MAC, DES-MAC)"};
+    command.add("-a,--algorithm", options->algorithm, mac_help()).show_default();
+    add_key_options(command, options->key);
+    command.add("FILE", options->files, "Files; standard input when none is given or for -");
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

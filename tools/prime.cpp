@@ -1,11 +1,11 @@
 // kestrim prime: random primes, and the test of a number.
 #include "tools/algorithm.hpp"
 #include "tools/command.hpp"
+#include "tools/command_line.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
 
@@ -56,19 +56,19 @@ void generate(const prime_options& options)
 void add_prime(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<prime_options>();
-    CLI::App* command = app.add_subcommand("prime", "Generate random primes, or test whether a number is one");
-    auto* bits = command->add_option("-b,--bits", options->bits, "Generate a prime of exactly so many bits")
-                     ->check(CLI::Range(2, kMostBits));
-    command->add_option("-n,--count", options->count, "So many of them")->check(CLI::Range(1, 1000000))->needs(bits);
-    auto* test =
-        command->add_option("-t,--test", options->value,
-                            "Test this number (hexadecimal) with 64 Miller-Rabin witnesses; status 1: no prime");
-    test->excludes(bits);
-    command->add_flag("--dec", options->decimal, "Decimal output")->needs(bits);
-    command->callback([options, test, &session] {
-        if (test->count() == 0 && options->bits == 0) throw failure{kUsage, "prime needs --bits or --test"};
+    const subcommand command{app, "prime", "Generate random primes, or test whether a number is one"};
+    const option bits =
+        command.add("-b,--bits", options->bits, "Generate a prime of exactly so many bits").in_range(2, kMostBits);
+    command.add("-n,--count", options->count, "So many of them").in_range(1, 1000000).needs(bits);
+    const option test =
+        command.add("-t,--test", options->value,
+                    "Test this number (hexadecimal) with 64 Miller-Rabin witnesses; status 1: no prime");
+    test.excludes(bits);
+    command.add_flag("--dec", options->decimal, "Decimal output").needs(bits);
+    command.set_action([options, test, &session] {
+        if (!test.given() && options->bits == 0) throw failure{kUsage, "prime needs --bits or --test"};
         start_library("prime", true, session);
-        if (test->count() != 0) {
+        if (test.given()) {
             session.status = check(*options);
         } else {
             generate(*options);

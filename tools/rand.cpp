@@ -3,11 +3,11 @@
 #include "tools/arguments.hpp"
 #include "tools/base64.hpp"
 #include "tools/command.hpp"
+#include "tools/command_line.hpp"
 #include "tools/hex.hpp"
 #include "tools/number.hpp"
 #include "tools/output_file.hpp"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -79,15 +79,14 @@ void run(const rand_options& options, const session& session)
 void add_rand(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<rand_options>();
-    CLI::App* command = app.add_subcommand("rand", "Random bytes: Hash_DRBG with SHA-256");
-    command
-        ->add_option("bytes", options->size, "How many: a decimal number; K, M or G behind it stands for KiB, MiB, GiB")
-        ->required();
-    command->add_flag("--hex", options->hex, "As lines of hexadecimal digits");
-    command->add_flag("--base64", options->base64, "As lines of base64");
-    command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
-    command->footer("The output gets the usual permissions: umask 077 keeps a key from other users.");
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "rand", "Random bytes: Hash_DRBG with SHA-256"};
+    command.add("bytes", options->size, "How many: a decimal number; K, M or G behind it stands for KiB, MiB, GiB")
+        .required();
+    command.add_flag("--hex", options->hex, "As lines of hexadecimal digits");
+    command.add_flag("--base64", options->base64, "As lines of base64");
+    command.add("-o,--output", options->output, "Output; - is standard output").show_default();
+    command.add_notes("The output gets the usual permissions: umask 077 keeps a key from other users.");
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

@@ -1,13 +1,13 @@
 // kestrim rsaenc and kestrim rsadec: encryption with RSA keys, of something short such as the key of a cipher.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/key.hpp"
 #include "tools/key_file.hpp"
 #include "tools/library.hpp"
 #include "tools/output_file.hpp"
 #include "tools/rsa_key.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -123,16 +123,16 @@ void add_command(CLI::App& app, session& session, const char* name, const char* 
                  void (*run)(const rsaenc_options&, const tool::session&))
 {
     const auto options = std::make_shared<rsaenc_options>();
-    CLI::App* command = app.add_subcommand(name, what);
-    command->add_option("-k,--key", options->key, "The key; - is standard input")->required();
-    command->add_option("-a,--algorithm", options->digest, "OAEP: " + algorithm_help())->capture_default_str();
-    auto* oaep = command->add_flag("--oaep", options->oaep, "EME-OAEP of PKCS #1 v2.1, as without an option");
-    auto* oaep20 = command->add_flag("--oaep20", options->oaep20, "EME-OAEP of PKCS #1 v2.0")->excludes(oaep);
-    command->add_flag("--pkcs1", options->pkcs1, "EME-PKCS1-v1_5")->excludes(oaep)->excludes(oaep20);
-    command->add_option("-i,--input", options->input, "Input; - is standard input")->capture_default_str();
-    command->add_option("-o,--output", options->output, "Output; - is standard output")->capture_default_str();
-    command->footer(kNotes);
-    command->callback([options, run, &session] { run(*options, session); });
+    const subcommand command{app, name, what};
+    command.add("-k,--key", options->key, "The key; - is standard input").required();
+    command.add("-a,--algorithm", options->digest, "OAEP: " + algorithm_help()).show_default();
+    const option oaep = command.add_flag("--oaep", options->oaep, "EME-OAEP of PKCS #1 v2.1, as without an option");
+    const option oaep20 = command.add_flag("--oaep20", options->oaep20, "EME-OAEP of PKCS #1 v2.0").excludes(oaep);
+    command.add_flag("--pkcs1", options->pkcs1, "EME-PKCS1-v1_5").excludes(oaep).excludes(oaep20);
+    command.add("-i,--input", options->input, "Input; - is standard input").show_default();
+    command.add("-o,--output", options->output, "Output; - is standard output").show_default();
+    command.add_notes(kNotes);
+    command.set_action([options, run, &session] { run(*options, session); });
 }
 
 } // namespace

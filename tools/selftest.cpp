@@ -1,9 +1,9 @@
 // kestrim selftest: the library's self-tests one by one, with their results and times.
 #include "kestrim_crypto.h"
+#include "tools/command_line.hpp"
 #include "tools/library.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <memory>
@@ -125,10 +125,10 @@ bool run(bool non_proven)
 void add_selftest(CLI::App& app, session& session)
 {
     const auto non_proven = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("selftest", "Run the library's self-tests one by one");
-    command->add_flag("--non-proven", *non_proven, "Outside proven mode");
-    command->footer(kNotes);
-    command->callback([non_proven, &session] {
+    const subcommand command{app, "selftest", "Run the library's self-tests one by one"};
+    command.add_flag("--non-proven", *non_proven, "Outside proven mode");
+    command.add_notes(kNotes);
+    command.set_action([non_proven, &session] {
         if (*non_proven && session.proven) throw failure{kUsage, "--proven and --non-proven exclude each other"};
         if (!run(*non_proven)) session.status = kFailed;
     });

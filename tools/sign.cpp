@@ -1,13 +1,13 @@
 // kestrim sign and kestrim verify: signatures of files with RSA, KCDSA, DSA and elliptic-curve keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/input.hpp"
 #include "tools/key.hpp"
 #include "tools/output.hpp"
 #include "tools/output_file.hpp"
 #include "tools/signature.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -70,19 +70,18 @@ void verify(const sign_options& options, session& session)
     if (!valid) session.status = kFailed;
 }
 
-CLI::App* add_command(CLI::App& app, const char* name, const char* what, sign_options& options)
+subcommand add_command(CLI::App& app, const char* name, const char* what, sign_options& options)
 {
-    CLI::App* command = app.add_subcommand(name, what);
-    command->add_option("-k,--key", options.key, "The key; - is standard input")->required();
-    command->add_option("-a,--algorithm", options.scheme.digest, algorithm_help())->capture_default_str();
-    auto* pss = command->add_flag("--pss", options.pss, "RSA: EMSA-PSS, as without an option");
-    auto* pkcs1 = command->add_flag("--pkcs1", options.scheme.pkcs1, "RSA: EMSA-PKCS1-v1_5")->excludes(pss);
-    command
-        ->add_option("--salt", options.scheme.salt, "RSA: PSS with a salt of so many bytes, not as many as the digest")
-        ->check(CLI::Range(1, 255))
-        ->excludes(pkcs1);
-    command->add_option("FILE", options.file, "The message; standard input when it is not given or -");
-    command->footer(kNotes);
+    const subcommand command{app, name, what};
+    command.add("-k,--key", options.key, "The key; - is standard input").required();
+    command.add("-a,--algorithm", options.scheme.digest, algorithm_help()).show_default();
+    const option pss = command.add_flag("--pss", options.pss, "RSA: EMSA-PSS, as without an option");
+    const option pkcs1 = command.add_flag("--pkcs1", options.scheme.pkcs1, "RSA: EMSA-PKCS1-v1_5").excludes(pss);
+    command.add("--salt", options.scheme.salt, "RSA: PSS with a salt of so many bytes, not as many as the digest")
+        .in_range(1, 255)
+        .excludes(pkcs1);
+    command.add("FILE", options.file, "The message; standard input when it is not given or -");
+    command.add_notes(kNotes);
     return command;
 }
 
@@ -91,18 +90,18 @@ CLI::App* add_command(CLI::App& app, const char* name, const char* what, sign_op
 void add_sign(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<sign_options>();
-    CLI::App* command = add_command(app, "sign", "Sign a file", *options);
-    command->add_option("-o,--output", options->signature, "The signature; - is standard output")
-        ->capture_default_str();
-    command->callback([options, &session] { sign(*options, session); });
+    const subcommand command = add_command(app, "sign", "Sign a file", *options);
+    command.add("-o,--output", options->signature, "The signature; - is standard output").show_default();
+    command.set_action([options, &session] { sign(*options, session); });
 }
 
 void add_verify(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<sign_options>();
-    CLI::App* command = add_command(app, "verify", "Verify the signature of a file; status 1: it is wrong", *options);
-    command->add_option("-s,--signature", options->signature, "The signature; - is standard input")->required();
-    command->callback([options, &session] { verify(*options, session); });
+    const subcommand command =
+        add_command(app, "verify", "Verify the signature of a file; status 1: it is wrong", *options);
+    command.add("-s,--signature", options->signature, "The signature; - is standard input").required();
+    command.set_action([options, &session] { verify(*options, session); });
 }
 
 } // namespace tool

@@ -1,15 +1,14 @@
 // kestrim version: versions, mode and the result of the self-test.
+#include "tools/command_line.hpp"
 #include "tools/library.hpp"
 #include "tools/output.hpp"
-
-#include <CLI/CLI.hpp>
 
 namespace tool {
 
 void add_version(CLI::App& app, session&)
 {
-    CLI::App* command = app.add_subcommand("version", "Show versions, mode and the result of the self-test");
-    command->callback([] {
+    const subcommand command{app, "version", "Show versions, mode and the result of the self-test"};
+    command.set_action([] {
         write("kestrim      " KESTRIM_TOOL_VERSION "\n");
         write(std::string{"library      "} + ZRC_Get_Crypto_Version() + "\n");
         write(std::string{"proven mode  "} + (ZRC_Is_Proven() ? "on" : "off") + "\n");
