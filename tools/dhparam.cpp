@@ -1,12 +1,12 @@
 // kestrim dhparam: Diffie-Hellman parameters, and their verification.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/dh_key.hpp"
 #include "tools/dh_validation.hpp"
 #include "tools/key_file.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -138,25 +138,22 @@ void run(const dhparam_options& options, session& session)
 void add_dhparam(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<dhparam_options>();
-    CLI::App* command = app.add_subcommand("dhparam", "Draw, generate or verify Diffie-Hellman parameters");
-    auto* verify = command->add_flag("--verify", options->verify, "Verify the sets of the library, or a file");
-    auto* p = command->add_option("-b,--bits", options->p_bits, "Length of p; with --verify, the sets of this one only")
-                  ->check(CLI::IsMember({1024, 2048, 3072}))
-                  ->capture_default_str();
-    command->add_option("-q,--q-bits", options->q_bits, "Length of q; 160 for a p of 1024 bits, else 256")
-        ->excludes(verify);
-    command->add_flag("--generate", options->generate, "New parameters, not those of the library")->excludes(verify);
-    command->add_flag("--pkcs3", options->pkcs3, "Write PKCS #3, without q, and not X9.42")->excludes(verify);
-    command->add_option("-o,--output", options->output, "The parameters; - is standard output")
-        ->excludes(verify)
-        ->capture_default_str();
-    command->add_option("-a,--algorithm", options->digest, "That made the FILE. " + algorithm_help())
-        ->needs(verify)
-        ->capture_default_str();
-    command->add_option("FILE", options->file, "Parameters to verify; - is standard input")->needs(verify)->excludes(p);
-    command->footer(kNotes);
-    command->callback([options, p, &session] {
-        options->one_length = p->count() != 0;
+    const subcommand command{app, "dhparam", "Draw, generate or verify Diffie-Hellman parameters"};
+    const option verify = command.add_flag("--verify", options->verify, "Verify the sets of the library, or a file");
+    const option p = command.add("-b,--bits", options->p_bits, "Length of p; with --verify, the sets of this one only")
+                         .one_of({1024, 2048, 3072})
+                         .show_default();
+    command.add("-q,--q-bits", options->q_bits, "Length of q; 160 for a p of 1024 bits, else 256").excludes(verify);
+    command.add_flag("--generate", options->generate, "New parameters, not those of the library").excludes(verify);
+    command.add_flag("--pkcs3", options->pkcs3, "Write PKCS #3, without q, and not X9.42").excludes(verify);
+    command.add("-o,--output", options->output, "The parameters; - is standard output").excludes(verify).show_default();
+    command.add("-a,--algorithm", options->digest, "That made the FILE. " + algorithm_help())
+        .needs(verify)
+        .show_default();
+    command.add("FILE", options->file, "Parameters to verify; - is standard input").needs(verify).excludes(p);
+    command.add_notes(kNotes);
+    command.set_action([options, p, &session] {
+        options->one_length = p.given();
         run(*options, session);
     });
 }

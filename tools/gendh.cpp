@@ -1,12 +1,12 @@
 // kestrim gendh: Diffie-Hellman keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/dh_key.hpp"
 #include "tools/key_file.hpp"
 #include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -63,17 +63,16 @@ void run(const gendh_options& options, const session& session)
 void add_gendh(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<gendh_options>();
-    CLI::App* command = app.add_subcommand("gendh", "Generate a Diffie-Hellman key");
-    auto* bits = command->add_option("-b,--bits", options->bits, "Draw parameters of this length")
-                     ->check(CLI::IsMember({1024, 2048}))
-                     ->capture_default_str();
-    command->add_option("--params", options->parameters, "Take the parameters from this file")->excludes(bits);
-    command->add_option("--length", options->private_bits, "Length of the private value, 160 bits or more")
-        ->check(CLI::Range(160, 16384));
-    command->add_flag("--pkcs3", options->pkcs3, "Write parameters of PKCS #3, without q, and not of X9.42");
-    add_key_output(*command, options->output);
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "gendh", "Generate a Diffie-Hellman key"};
+    const option bits =
+        command.add("-b,--bits", options->bits, "Draw parameters of this length").one_of({1024, 2048}).show_default();
+    command.add("--params", options->parameters, "Take the parameters from this file").excludes(bits);
+    command.add("--length", options->private_bits, "Length of the private value, 160 bits or more")
+        .in_range(160, 16384);
+    command.add_flag("--pkcs3", options->pkcs3, "Write parameters of PKCS #3, without q, and not of X9.42");
+    add_key_output(command, options->output);
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

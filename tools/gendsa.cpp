@@ -1,12 +1,12 @@
 // kestrim gendsa: DSA domain parameters and keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/dsa_key.hpp"
 #include "tools/key_file.hpp"
 #include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -62,12 +62,12 @@ void run(const gendsa_options& options, const session& session)
 void add_gendsa(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<gendsa_options>();
-    CLI::App* command = app.add_subcommand("gendsa", "Generate DSA domain parameters and a key");
-    auto* only = add_domain_options(*command, options->domain, "Length of q; 160 for a p of 1024 bits, else 256");
-    command->add_flag("--traditional", options->traditional, "Write \"DSA PRIVATE KEY\", not PKCS #8")->excludes(only);
-    add_key_output(*command, options->output);
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "gendsa", "Generate DSA domain parameters and a key"};
+    const option only = add_domain_options(command, options->domain, "Length of q; 160 for a p of 1024 bits, else 256");
+    command.add_flag("--traditional", options->traditional, "Write \"DSA PRIVATE KEY\", not PKCS #8").excludes(only);
+    add_key_output(command, options->output);
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

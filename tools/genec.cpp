@@ -1,10 +1,10 @@
 // kestrim genec: keys of elliptic curves.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/ec_key.hpp"
 #include "tools/key_generation.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -37,12 +37,12 @@ void run(const genec_options& options, const session& session)
 void add_genec(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<genec_options>();
-    CLI::App* command = app.add_subcommand("genec", "Generate a key of an elliptic curve");
-    command->add_option("-c,--curve", options->curve, curve_names() + ", or the names of SEC 2")->capture_default_str();
-    command->add_flag("--traditional", options->traditional, "Write \"EC PRIVATE KEY\", not PKCS #8");
-    add_key_output(*command, options->output);
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "genec", "Generate a key of an elliptic curve"};
+    command.add("-c,--curve", options->curve, curve_names() + ", or the names of SEC 2").show_default();
+    command.add_flag("--traditional", options->traditional, "Write \"EC PRIVATE KEY\", not PKCS #8");
+    add_key_output(command, options->output);
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

@@ -1,12 +1,12 @@
 // kestrim genkcdsa: KCDSA domain parameters and keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/kcdsa_key.hpp"
 #include "tools/key_file.hpp"
 #include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 
 namespace tool {
@@ -83,13 +83,12 @@ void run(const genkcdsa_options& options, const session& session)
 void add_genkcdsa(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<genkcdsa_options>();
-    CLI::App* command = app.add_subcommand("genkcdsa", "Generate KCDSA domain parameters and a key");
-    add_domain_options(*command, options->domain, "Length of q");
-    command->add_option("-a,--algorithm", options->digest, "Of the generation. " + algorithm_help())
-        ->capture_default_str();
-    add_key_output(*command, options->output);
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "genkcdsa", "Generate KCDSA domain parameters and a key"};
+    add_domain_options(command, options->domain, "Length of q");
+    command.add("-a,--algorithm", options->digest, "Of the generation. " + algorithm_help()).show_default();
+    add_key_output(command, options->output);
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

@@ -1,12 +1,12 @@
 // kestrim genrsa: RSA keys.
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/key_generation.hpp"
 #include "tools/library.hpp"
 #include "tools/number.hpp"
 #include "tools/rsa_key.hpp"
 
-#include <CLI/CLI.hpp>
 #include <charconv>
 #include <memory>
 
@@ -64,18 +64,14 @@ void run(const genrsa_options& options, const session& session)
 void add_genrsa(CLI::App& app, session& session)
 {
     const auto options = std::make_shared<genrsa_options>();
-    CLI::App* command = app.add_subcommand("genrsa", "Generate an RSA key");
-    command->add_option("-b,--bits", options->bits, "Length of the modulus")
-        ->check(CLI::Range(kLeastBits, kMostBits))
-        ->capture_default_str();
-    command->add_option("-e,--exponent", options->exponent, "The public exponent, a prime")->capture_default_str();
-    command->add_option("--version", options->version, "How d is made: see below")
-        ->check(CLI::Range(1, 2))
-        ->capture_default_str();
-    command->add_flag("--pkcs1", options->pkcs1, "Write PKCS #1, not PKCS #8 and SubjectPublicKeyInfo");
-    add_key_output(*command, options->output);
-    command->footer(kNotes);
-    command->callback([options, &session] { run(*options, session); });
+    const subcommand command{app, "genrsa", "Generate an RSA key"};
+    command.add("-b,--bits", options->bits, "Length of the modulus").in_range(kLeastBits, kMostBits).show_default();
+    command.add("-e,--exponent", options->exponent, "The public exponent, a prime").show_default();
+    command.add("--version", options->version, "How d is made: see below").in_range(1, 2).show_default();
+    command.add_flag("--pkcs1", options->pkcs1, "Write PKCS #1, not PKCS #8 and SubjectPublicKeyInfo");
+    add_key_output(command, options->output);
+    command.add_notes(kNotes);
+    command.set_action([options, &session] { run(*options, session); });
 }
 
 } // namespace tool

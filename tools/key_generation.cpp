@@ -1,17 +1,16 @@
 #include "tools/key_generation.hpp"
 
 #include "tools/arguments.hpp"
+#include "tools/command_line.hpp"
 #include "tools/key_file.hpp"
-
-#include <CLI/CLI.hpp>
 
 namespace tool {
 
-void add_key_output(CLI::App& command, key_output& output)
+void add_key_output(const subcommand& command, key_output& output)
 {
-    command.add_option("-o,--output", output.private_name, "The private key, for its owner only; - is standard output")
-        ->required();
-    command.add_option("--public", output.public_name, "The public key; - is standard output");
+    command.add("-o,--output", output.private_name, "The private key, for its owner only; - is standard output")
+        .required();
+    command.add("--public", output.public_name, "The public key; - is standard output");
 }
 
 void save_key_pair(const key_output& output, const std::string& private_pem, const std::string& public_pem)
@@ -20,17 +19,16 @@ void save_key_pair(const key_output& output, const std::string& private_pem, con
     if (!output.public_name.empty()) save_key(public_pem, plain(output.public_name), readers::usual);
 }
 
-CLI::Option* add_domain_options(CLI::App& command, domain_options& options, const char* q_help)
+option add_domain_options(const subcommand& command, domain_options& options, const char* q_help)
 {
-    CLI::Option* const p = command.add_option("-p,--p-bits", options.p_bits, "Length of p")->capture_default_str();
-    CLI::Option* const q = command.add_option("-q,--q-bits", options.q_bits, q_help);
-    if (options.q_bits != 0) q->capture_default_str();
-    CLI::Option* const only =
-        command.add_flag("--params-only", options.parameters_only, "Domain parameters, and no key");
-    command.add_option("--params", options.parameters, "Take the domain parameters from this file")
-        ->excludes(only)
-        ->excludes(p)
-        ->excludes(q);
+    const option p = command.add("-p,--p-bits", options.p_bits, "Length of p").show_default();
+    const option q = command.add("-q,--q-bits", options.q_bits, q_help);
+    if (options.q_bits != 0) q.show_default();
+    const option only = command.add_flag("--params-only", options.parameters_only, "Domain parameters, and no key");
+    command.add("--params", options.parameters, "Take the domain parameters from this file")
+        .excludes(only)
+        .excludes(p)
+        .excludes(q);
     return only;
 }
 

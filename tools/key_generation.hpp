@@ -1,12 +1,9 @@
 // What the commands that generate keys have in common: their options, and the files that they write.
 #pragma once
 
-#include <string>
+#include "tools/command_line.hpp"
 
-namespace CLI {
-class App;
-class Option;
-} // namespace CLI
+#include <string>
 
 namespace tool {
 
@@ -16,7 +13,7 @@ struct key_output {
     std::string public_name; // empty: nowhere
 };
 
-void add_key_output(CLI::App& command, key_output& output);
+void add_key_output(const subcommand& command, key_output& output);
 
 // Writes the private key, for its owner only, and the public key if that is wanted. Throws failure.
 void save_key_pair(const key_output& output, const std::string& private_pem, const std::string& public_pem);
@@ -30,7 +27,7 @@ struct domain_options {
 };
 
 // Returns --params-only, for other options to exclude.
-CLI::Option* add_domain_options(CLI::App& command, domain_options& options, const char* q_help);
+option add_domain_options(const subcommand& command, domain_options& options, const char* q_help);
 
 // Throws failure, kUsage, when parameters alone are to be made and a public key is wanted.
 void require_key_for_public(const domain_options& options, const key_output& output);

@@ -2,12 +2,12 @@
 #include "tools/algorithm.hpp"
 #include "tools/arguments.hpp"
 #include "tools/cipher_table.hpp"
+#include "tools/command_line.hpp"
 #include "tools/key_speed.hpp"
 #include "tools/library.hpp"
 #include "tools/message_cipher.hpp"
 #include "tools/output.hpp"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -190,16 +190,16 @@ void add_speed(CLI::App& app, session& session)
     std::string keys;
     for (const std::string& name : key_work_names())
         keys += " " + name;
-    CLI::App* command = app.add_subcommand("speed", "Measure the algorithms on this machine");
-    command->add_option("NAME", *names,
-                        "Digests, ciphers with a mode, such as aria-128-cbc, and keys:" + keys +
-                            "; when none is given, all but ciphers in cfb1 to cfb64");
-    command->footer(
+    const subcommand command{app, "speed", "Measure the algorithms on this machine"};
+    command.add("NAME", *names,
+                "Digests, ciphers with a mode, such as aria-128-cbc, and keys:" + keys +
+                    "; when none is given, all but ciphers in cfb1 to cfb64");
+    command.add_notes(
         "Half a second for each line, outside proven mode. Digests: whole messages of the size. Ciphers:\n"
         "encryption of a long message in pieces of the size. Keys: signatures of messages of 64 bytes with\n"
         "SHA-256, for RSA with PSS; secrets with the check of the other public value. The keys are new, which\n"
         "takes a second or so.");
-    command->callback([names, &session] { run(*names, session); });
+    command.set_action([names, &session] { run(*names, session); });
 }
 
 } // namespace tool
