@@ -1,16 +1,14 @@
-// The operating modes and the self-test gate. The flags only ever move one way, so each scenario runs in a process of its
-// own: "threadsafe" death tests execute this program anew for each of them.
+// The operating modes and the self-test gate. The flags only ever move one way, so each scenario runs in a process of
+// its own: "threadsafe" death tests execute this program anew for each of them.
 #include "kestrim_crypto.h"
 #include "tests/fresh_process.hpp"
 #include "tests/sanitized.hpp"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -222,33 +220,6 @@ TEST(Gate, ChecksCanBeCalledBeforeAnyGatedCall)
             EXPECT_EQ(check(), 0u);
             EXPECT_EQ(ZRC_Is_Proven(), 1);
             EXPECT_EQ(ZRC_Change_Non_Proven_Mode(), kModeIsFixed);
-        });
-    }
-}
-
-// The self-test draws random bytes while the other threads wait for the generator at the gate.
-TEST(Gate, ThreadsMayMakeTheFirstCallTogether)
-{
-    for (const bool proven : {true, false}) {
-        in_a_fresh_process([proven] {
-            EXPECT_EQ(proven ? 0u : ZRC_Change_Non_Proven_Mode(), 0u);
-            constexpr std::uint32_t (*kCalls[])() = {
-                [] { return init_once(ZRC_SHA256); },
-                [] {
-                    std::uint8_t bytes[16];
-                    return ZRC_Rand_Bytes(bytes, sizeof bytes);
-                },
-                zrc_Entropy_Check,
-                zrc_KCDSA_Check,
-                zrc_RSASSA_Check,
-            };
-            std::vector<std::thread> threads;
-            std::vector<std::uint32_t> codes(std::size(kCalls), 1);
-            for (std::size_t i = 0; i < codes.size(); ++i)
-                threads.emplace_back([&codes, i, call = kCalls[i]] { codes[i] = call(); });
-            for (std::thread& thread : threads)
-                thread.join();
-            EXPECT_EQ(codes, std::vector<std::uint32_t>(codes.size(), 0));
         });
     }
 }

@@ -1,5 +1,5 @@
-// White-box tests of what no caller can provoke from outside: failing allocations, checks that fail, threads that meet at
-// the gate, memory that must be clean when it is released.
+// White-box tests of what no caller can provoke from outside: failing allocations, checks that fail, threads that meet
+// at the gate, memory that must be clean when it is released.
 #include "kestrim/block_modes.h"
 #include "kestrim_crypto.h"
 #include "selftest/fault.hpp"
@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <thread>
@@ -33,78 +34,66 @@ std::uint8_t output[64];
 TEST(Allocation, EveryFailureHasItsCodeAndLeaksNothing)
 {
     ASSERT_EQ(ZRC_Crypto_Initialize(), 0u);
-    using codes = std::vector<std::uint32_t>;
-
-    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_DIGEST(ZRC_SHA256, kData, 3, output, nullptr); }),
-              (codes{0x0A05003A, 0x0A050022, 0}));
-    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_HMAC(ZRC_SHA512, kKey, 200, kData, 3, output, nullptr); }),
-              (codes{0x0F04003B, 0x0F040023, 0x0F040023, 0x0F040023, 0x0F040023, 0}));
-
     std::int32_t length = 0;
-    EXPECT_EQ(codes_with_failing_allocations(
-                  [&] { return ZRC_BLOCK_CIPHER(ZRC_ARIA_128, 1, kKey, nullptr, kKey, 16, output, &length); }),
-              (codes{0x0508003B, 0x05080021, 0}));
-    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_CBC_MAC(ZRC_LEA_128, kKey, kKey, 32, output, nullptr); }),
-              (codes{0x0604003B, 0x0604003B, 0x06040023, 0}));
-    EXPECT_EQ(codes_with_failing_allocations([] { return ZRC_DES_MAC(kKey, kKey, 12, output); }),
-              (codes{0x0901003C, 0x09010021, 0}));
     std::uint8_t record[ZRC_BLOCK_CIPHER_RECORD_BYTES];
-    EXPECT_EQ(codes_with_failing_allocations([&] {
-                  std::uint32_t bytes = sizeof record;
-                  return ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_AES_128, kKey, nullptr, 1, record, &bytes);
-              }),
-              (codes{0x050A0059, 0x050A0021, 0}));
-    EXPECT_EQ(codes_with_failing_allocations(
-                  [&] { return ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, sizeof record, kKey, 16, output, &length); }),
-              (codes{0x050B0059, 0x050B0059, 0}));
-    ZRC_BLOCK_CIPHER_UNIT* cipher = ZRC_New_BLOCK_CIPHER_Unit();
-    EXPECT_EQ(codes_with_failing_allocations([=] { return ZRC_Init_BLOCK_CIPHER(cipher, ZRC_SEED, kKey, nullptr, 1); }),
-              (codes{0x0501003A, 0}));
-    ZRC_Free_BLOCK_CIPHER_Unit(cipher);
-    ZRC_CBC_MAC_UNIT* mac = ZRC_New_CBC_MAC_Unit();
-    EXPECT_EQ(codes_with_failing_allocations([=] {
-                  const std::uint32_t code = ZRC_Init_CBC_MAC(mac, ZRC_DES, kKey);
-                  EXPECT_EQ(ZRC_Update_CBC_MAC(mac, kKey, 0), code ? 0x0602005Au : 0u);
-                  EXPECT_EQ(ZRC_Final_CBC_MAC(mac, output, nullptr), code ? 0x0603005Au : 0u);
-                  return code;
-              }),
-              (codes{0x06010021, 0}));
-    ZRC_Free_CBC_MAC_Unit(mac);
+    // Units that live through all the failures: each Init releases what the last one left, and the unit refuses to work
+    // until one succeeds.
+    ZRC_DIGEST_UNIT* const digest = ZRC_New_DIGEST_Unit();
+    ZRC_HMAC_UNIT* const hmac = ZRC_New_HMAC_Unit();
+    ZRC_BLOCK_CIPHER_UNIT* const cipher = ZRC_New_BLOCK_CIPHER_Unit();
+    ZRC_CBC_MAC_UNIT* const mac = ZRC_New_CBC_MAC_Unit();
+    const auto init_hmac = [=] {
+        const std::uint32_t code = ZRC_Init_HMAC(hmac, ZRC_SHA256, kKey, 3);
+        EXPECT_EQ(ZRC_Update_HMAC(hmac, kData, 3), code ? 0x0F02005Bu : 0u);
+        EXPECT_EQ(ZRC_Final_HMAC(hmac, output, nullptr), code ? 0x0F030018u : 0u);
+        return code;
+    };
+    const auto init_mac = [=] {
+        const std::uint32_t code = ZRC_Init_CBC_MAC(mac, ZRC_DES, kKey);
+        EXPECT_EQ(ZRC_Update_CBC_MAC(mac, kKey, 0), code ? 0x0602005Au : 0u);
+        EXPECT_EQ(ZRC_Final_CBC_MAC(mac, output, nullptr), code ? 0x0603005Au : 0u);
+        return code;
+    };
+    const auto init_record = [&] {
+        std::uint32_t size = sizeof record;
+        return ZRC_Init_Advanced_BLOCK_CIPHER(ZRC_AES_128, kKey, nullptr, 1, record, &size);
+    };
+    const auto gives = [](char* text) { // 0 or 1
+        const std::uint32_t code = text ? 0 : 1;
+        ZRC_Free(text);
+        return code;
+    };
+    const struct {
+        std::function<std::uint32_t()> operation;
+        std::vector<std::uint32_t> codes;
+    } cases[] = {
+        {[] { return ZRC_DIGEST(ZRC_SHA256, kData, 3, output, nullptr); }, {0x0A05003A, 0x0A050022, 0}},
+        {[=] { return ZRC_Init_DIGEST(digest, ZRC_SHA256); }, {0x0A010022, 0}},
+        {[] { return ZRC_HMAC(ZRC_SHA512, kKey, 200, kData, 3, output, nullptr); },
+         {0x0F04003B, 0x0F040023, 0x0F040023, 0x0F040023, 0x0F040023, 0}},
+        {init_hmac, {0x0F010022, 0x0F010022, 0x0F010059, 0x0F010059, 0}},
+        {[&] { return ZRC_BLOCK_CIPHER(ZRC_ARIA_128, 1, kKey, nullptr, kKey, 16, output, &length); },
+         {0x0508003B, 0x05080021, 0}},
+        {[=] { return ZRC_Init_BLOCK_CIPHER(cipher, ZRC_SEED, kKey, nullptr, 1); }, {0x0501003A, 0}},
+        {init_record, {0x050A0059, 0x050A0021, 0}},
+        {[&] { return ZRC_DoFinal_Advanced_BLOCK_CIPHER(record, sizeof record, kKey, 16, output, &length); },
+         {0x050B0059, 0x050B0059, 0}},
+        {[] { return ZRC_CBC_MAC(ZRC_LEA_128, kKey, kKey, 32, output, nullptr); },
+         {0x0604003B, 0x0604003B, 0x06040023, 0}},
+        {init_mac, {0x06010021, 0}},
+        {[] { return ZRC_DES_MAC(kKey, kKey, 12, output); }, {0x0901003C, 0x09010021, 0}},
+        {[=] { return gives(ZRC_Get_HMAC_Name(ZRC_HMAC_SHA256)); }, {1, 0}},
+        {[=] { return gives(zrc_Dump_HEX(kData, 3)); }, {1, 0}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(codes_with_failing_allocations(c.operation), c.codes) << &c - cases;
     allocations_until_failure = 0;
     EXPECT_EQ(ZRC_DES_MAC(nullptr, nullptr, 0, nullptr), 0x0901003Cu) << "before the arguments";
     allocations_until_failure = -1;
-
-    // On one unit that lives through all the failures: each Init releases what the last one left, and the unit refuses to
-    // work until one succeeds.
-    ZRC_DIGEST_UNIT* digest = ZRC_New_DIGEST_Unit();
-    EXPECT_EQ(codes_with_failing_allocations([=] { return ZRC_Init_DIGEST(digest, ZRC_SHA256); }),
-              (codes{0x0A010022, 0}));
     ZRC_Free_DIGEST_Unit(digest);
-
-    ZRC_HMAC_UNIT* hmac = ZRC_New_HMAC_Unit();
-    EXPECT_EQ(codes_with_failing_allocations([=] {
-                  const std::uint32_t code = ZRC_Init_HMAC(hmac, ZRC_SHA256, kKey, 3);
-                  EXPECT_EQ(ZRC_Update_HMAC(hmac, kData, 3), code ? 0x0F02005Bu : 0u);
-                  EXPECT_EQ(ZRC_Final_HMAC(hmac, output, nullptr), code ? 0x0F030018u : 0u);
-                  return code;
-              }),
-              (codes{0x0F010022, 0x0F010022, 0x0F010059, 0x0F010059, 0}));
     ZRC_Free_HMAC_Unit(hmac);
-
-    EXPECT_EQ(codes_with_failing_allocations([] {
-                  char* name = ZRC_Get_HMAC_Name(ZRC_HMAC_SHA256);
-                  const bool made = name != nullptr;
-                  ZRC_Free(name);
-                  return std::uint32_t(made ? 0 : 1);
-              }),
-              (codes{1, 0}));
-    EXPECT_EQ(codes_with_failing_allocations([] {
-                  char* text = zrc_Dump_HEX(kData, 3);
-                  const bool made = text != nullptr;
-                  ZRC_Free(text);
-                  return std::uint32_t(made ? 0 : 1);
-              }),
-              (codes{1, 0}));
+    ZRC_Free_BLOCK_CIPHER_Unit(cipher);
+    ZRC_Free_CBC_MAC_Unit(mac);
 }
 
 TEST(Wiping, UnitsAreCleanWhenTheyAreReleased)
@@ -299,10 +288,14 @@ TEST(SelfTest, ThreadsWaitForTheOneThatTests)
         },
     };
     constexpr int kThreads = int(std::size(kFirstCalls));
+    const auto in_each_mode = [](bool broken, auto scenario) {
+        in_a_fresh_process([=] { scenario(broken); });
+        test::in_a_fresh_proven_process([=] { scenario(broken); });
+    };
     for (const bool broken : {false, true}) {
-        in_a_fresh_process([broken] {
-            zrc::broken_checks = broken ? 1u << ZRC_F_DIGEST_CHECK : 0;
-            // The first allocation inside the self-test holds it until all threads are at the gate, and a little longer.
+        in_each_mode(broken, [](bool breaking) {
+            zrc::broken_checks = breaking ? 1u << ZRC_F_DIGEST_CHECK : 0;
+            // The first allocation inside the self-test holds it until all threads are at the gate, and a bit longer.
             on_allocation = [] {
                 if (entered == 0 || held.exchange(true)) return;
                 while (entered < kThreads)
@@ -324,7 +317,7 @@ TEST(SelfTest, ThreadsWaitForTheOneThatTests)
             on_allocation = nullptr;
             EXPECT_TRUE(held);
             EXPECT_EQ(zrc::self_test_runs, 1u);
-            EXPECT_EQ(codes, std::vector<std::uint32_t>(kThreads, broken ? 0x1A070059 : 0));
+            EXPECT_EQ(codes, std::vector<std::uint32_t>(kThreads, breaking ? 0x1A070059 : 0));
         });
     }
 }

@@ -1,54 +1,30 @@
 // Streams: every kind gives back what it took, filters do what their units do, and trouble is never lost on the way.
 #include "kestrim/stream.h"
 #include "kestrim_crypto.h"
+#include "tests/scratch_files.hpp"
+#include "tests/support.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <memory>
-#include <string>
 #include <sys/time.h>
 #include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
-using bytes = std::vector<std::uint8_t>;
+using test::bytes;
 
 constexpr std::uint32_t kRead = ZRC_STREAM_READ, kWrite = ZRC_STREAM_WRITE, kBoth = kRead | kWrite;
 
-struct releaser {
-    void operator()(ZRC_STREAM* stream) const { ZRC_Free_STREAM(stream); }
-    void operator()(ZRC_DIGEST_UNIT* unit) const { ZRC_Free_DIGEST_Unit(unit); }
-    void operator()(ZRC_HMAC_UNIT* unit) const { ZRC_Free_HMAC_Unit(unit); }
-    void operator()(ZRC_BLOCK_CIPHER_UNIT* unit) const { ZRC_Free_BLOCK_CIPHER_Unit(unit); }
+struct stream : test::owned<ZRC_STREAM, ZRC_Free_STREAM> {
+    stream() : handle{ZRC_New_STREAM()} {}
 };
-template <class T>
-using handle = std::unique_ptr<T, releaser>;
+using digest_ptr = test::owned<ZRC_DIGEST_UNIT, ZRC_Free_DIGEST_Unit>;
+using hmac_ptr = test::owned<ZRC_HMAC_UNIT, ZRC_Free_HMAC_Unit>;
+using cipher_ptr = test::owned<ZRC_BLOCK_CIPHER_UNIT, ZRC_Free_BLOCK_CIPHER_Unit>;
 
-class stream {
-public:
-    operator ZRC_STREAM*() const { return stream_.get(); }
-    ZRC_STREAM* operator->() const { return stream_.get(); }
-    void free() { stream_.reset(); }
-
-private:
-    handle<ZRC_STREAM> stream_{ZRC_New_STREAM()};
-};
-
-bytes counting(std::size_t size)
+bytes some_data(std::size_t size)
 {
-    bytes out(size);
-    for (std::size_t i = 0; i < size; ++i)
-        out[i] = std::uint8_t(i * 37 + i / 256);
-    return out;
+    return test::repeatable{37}.data(size);
 }
 
 std::int32_t size_of(const bytes& data)
@@ -104,43 +80,11 @@ bytes content(ZRC_STREAM* memory)
     return all;
 }
 
-class Stream : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        directory_ = testing::TempDir() + "kestrim_stream_XXXXXX";
-        ASSERT_NE(mkdtemp(directory_.data()), nullptr);
-        next_descriptor_ = next_descriptor();
-    }
-    void TearDown() override
-    {
-        EXPECT_EQ(next_descriptor(), next_descriptor_) << "a file was left open";
-        std::filesystem::remove_all(directory_);
-    }
-
-    std::string path(const char* name) const { return directory_ + "/" + name; }
-
-    static bytes file(const std::string& path)
-    {
-        std::ifstream in{path, std::ios::binary};
-        return {std::istreambuf_iterator<char>{in}, {}};
-    }
-
-    static int next_descriptor()
-    {
-        const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        close(descriptor);
-        return descriptor;
-    }
-
-private:
-    std::string directory_;
-    int next_descriptor_ = -1;
-};
+using Stream = test::scratch_files;
 
 TEST_F(Stream, EveryKindGivesBackWhatItTook)
 {
-    const bytes data = counting(100003);
+    const bytes data = some_data(100003);
     bytes buffer(data.size());
     stream buffered, filed, remembered;
     ASSERT_EQ(ZRC_Open_Buffer_STREAM(buffered, buffer.data(), size_of(buffer), kBoth), 0u);
@@ -163,7 +107,7 @@ TEST_F(Stream, EveryKindGivesBackWhatItTook)
         EXPECT_EQ(ZRC_Close_STREAM(kind), 0u);
         EXPECT_EQ(ZRC_Open_Null_STREAM(kind, kWrite), 0u) << "open again, as another kind";
     }
-    EXPECT_EQ(file(path("new")), data);
+    EXPECT_EQ(contents(path("new")), data);
     EXPECT_EQ(buffer, data);
 }
 
@@ -187,16 +131,13 @@ TEST_F(Stream, FilesOpenAsTheirModeSays)
         SCOPED_TRACE(mode);
         stream file;
         std::filesystem::remove(path("file"));
+        errno = 0;
         EXPECT_EQ(ZRC_Open_File_STREAM(file, path("file").c_str(), mode), missing);
-        if (missing == 0x0D020008) {
-            EXPECT_EQ(errno, ENOENT);
-        }
-        if (missing == 0) {
-            EXPECT_EQ(ZRC_Close_STREAM(file), 0u);
-        }
+        EXPECT_EQ(errno, missing == 0x0D020008 ? ENOENT : 0);
+        EXPECT_EQ(ZRC_Close_STREAM(file), missing == 0 ? 0u : 0x0D080034u);
         std::ofstream{path("file")} << "12345";
         EXPECT_EQ(ZRC_Open_File_STREAM(file, path("file").c_str(), mode), existing);
-        if (existing == 0 && (mode & kWrite) != 0) {
+        if ((mode & kWrite) != 0 && existing == 0) {
             EXPECT_EQ(write(file, {'a', 'b'}), 0u);
         }
         if ((mode & ZRC_STREAM_APPEND) != 0 && existing == 0) {
@@ -204,26 +145,29 @@ TEST_F(Stream, FilesOpenAsTheirModeSays)
             EXPECT_EQ(ZRC_Rewind_STREAM(file), 0x0D060048u);
             std::ofstream{path("file"), std::ios::app} << '!';
         }
-        file.free();
-        const bytes got = this->file(path("file"));
+        file.reset();
+        const bytes got = contents(path("file"));
         EXPECT_EQ(std::string(got.begin(), got.end()), expected);
     }
 }
 
 TEST_F(Stream, BuffersEndWhereTheCallerSaid)
 {
-    bytes buffer = counting(10);
+    bytes buffer = some_data(10);
     stream s;
     ASSERT_EQ(ZRC_Open_Buffer_STREAM(s, buffer.data(), 9, kWrite), 0u);
     EXPECT_EQ(ZRC_Seek_STREAM(s, 1), 0x0D06002Bu) << "empty for writing alone";
     EXPECT_EQ(ZRC_Write_STREAM(s, buffer.data() + 1, 8), 0u) << "from itself";
-    EXPECT_EQ(ZRC_Get_STREAM_Length(s), 8);
+    EXPECT_EQ(ZRC_Rewind_STREAM(s), 0u);
+    EXPECT_EQ(ZRC_Write_STREAM(s, buffer.data(), 1), 0u);
+    EXPECT_EQ(ZRC_Get_STREAM_Length(s), 8) << "written over";
+    EXPECT_EQ(ZRC_Seek_STREAM(s, 8), 0u);
     EXPECT_EQ(ZRC_Write_STREAM(s, buffer.data(), 2), 0x0D050006u);
     EXPECT_EQ(ZRC_Write_STREAM(s, buffer.data(), 1), 0x0D050006u) << "not forgotten";
     EXPECT_EQ(ZRC_Flush_STREAM(s), 0x0D070006u);
     EXPECT_EQ(ZRC_Close_STREAM(s), 0x0D080006u);
     EXPECT_EQ(ZRC_Close_STREAM(s), 0x0D080034u);
-    const bytes original = counting(10);
+    const bytes original = some_data(10);
     EXPECT_TRUE(std::equal(original.begin() + 1, original.begin() + 9, buffer.begin()));
     EXPECT_EQ((bytes{buffer[8], buffer[9]}), (bytes{original[8], original[9]}));
 
@@ -240,11 +184,9 @@ TEST_F(Stream, RefusesItsArguments)
     ASSERT_EQ(ZRC_Open_Null_STREAM(out, kWrite), 0u);
     ASSERT_EQ(ZRC_Open_Memory_STREAM(memory), 0u);
     ASSERT_EQ(write(memory, {1, 2}), 0u);
-    const handle<ZRC_DIGEST_UNIT> digest{ZRC_New_DIGEST_Unit()};
-    const handle<ZRC_BLOCK_CIPHER_UNIT> cipher{ZRC_New_BLOCK_CIPHER_Unit()};
-    const struct {
-        std::uint32_t got, expected;
-    } kCases[] = {
+    const digest_ptr digest{ZRC_New_DIGEST_Unit()};
+    const cipher_ptr cipher{ZRC_New_BLOCK_CIPHER_Unit()};
+    test::expect_codes({
         {ZRC_Open_STREAM(closed, nullptr, nullptr, kRead), 0x0D020049},
         {ZRC_Open_STREAM(nullptr, memory->operations, nullptr, kRead), 0x0D020049},
         {ZRC_Open_Buffer_STREAM(nullptr, byte, 1, kRead), 0x0D020049},
@@ -258,13 +200,13 @@ TEST_F(Stream, RefusesItsArguments)
         {ZRC_Open_Descriptor_STREAM(closed, 1, kWrite | ZRC_STREAM_APPEND), 0x0D02002B},
         {ZRC_Open_Descriptor_STREAM(closed, next_descriptor(), kRead), 0x0D020008},
         {ZRC_Open_Null_STREAM(out, kRead), 0x0D020008},
-        {ZRC_Open_Digest_STREAM(closed, nullptr, digest.get(), kWrite), 0x0D020049},
+        {ZRC_Open_Digest_STREAM(closed, nullptr, digest, kWrite), 0x0D020049},
         {ZRC_Open_HMAC_STREAM(closed, memory, nullptr, kWrite), 0x0D020049},
         {ZRC_Open_Cipher_STREAM(closed, memory, nullptr, kWrite), 0x0D020049},
-        {ZRC_Open_Cipher_STREAM(closed, memory, cipher.get(), kBoth), 0x0D02002B},
-        {ZRC_Open_Digest_STREAM(closed, memory, digest.get(), kBoth), 0x0D02002B},
-        {ZRC_Open_Digest_STREAM(closed, closed, digest.get(), kRead), 0x0D020008},
-        {ZRC_Open_Digest_STREAM(closed, out, digest.get(), kRead), 0x0D020008},
+        {ZRC_Open_Cipher_STREAM(closed, memory, cipher, kBoth), 0x0D02002B},
+        {ZRC_Open_Digest_STREAM(closed, memory, digest, kBoth), 0x0D02002B},
+        {ZRC_Open_Digest_STREAM(closed, closed, digest, kRead), 0x0D020008},
+        {ZRC_Open_Digest_STREAM(closed, out, digest, kRead), 0x0D020008},
         {ZRC_Read_STREAM(nullptr, byte, 1, &done), 0x0D030049},
         {ZRC_Read_STREAM(memory, nullptr, 0, &done), 0x0D030049},
         {ZRC_Read_STREAM(memory, byte, 1, nullptr), 0x0D030049},
@@ -293,13 +235,13 @@ TEST_F(Stream, RefusesItsArguments)
         {ZRC_Read_STREAM(memory, byte, 0, &done), 0},
         {ZRC_Write_STREAM(memory, byte, 0), 0},
         {ZRC_Flush_STREAM(memory), 0},
-    };
-    for (const auto& entry : kCases)
-        EXPECT_EQ(entry.got, entry.expected) << "case " << &entry - kCases;
+    });
     EXPECT_EQ(ZRC_Get_STREAM_Length(nullptr), -1);
     EXPECT_EQ(ZRC_Get_STREAM_Length(closed), -1);
     EXPECT_EQ(content(memory), (bytes{1, 2})) << "no refusal changed it";
     EXPECT_EQ(drained(memory), (bytes{1, 2}));
+    EXPECT_EQ(ZRC_Clear_Memory_STREAM(memory), 0u);
+    EXPECT_EQ(drained(memory), bytes{});
     EXPECT_EQ(byte[0], 7);
     EXPECT_EQ(size, 1);
     ZRC_Free_STREAM(nullptr);
@@ -341,7 +283,7 @@ TEST_F(Stream, PipesGiveWhatTheyHaveAndSignalsDoNotCount)
     EXPECT_EQ(read(in, some), 0u);
     EXPECT_EQ(some, (bytes{1, 2, 3}));
 
-    const bytes data = counting(300000); // more than a pipe holds: both sides wait
+    const bytes data = some_data(300000); // more than a pipe holds: both sides wait
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]); // so that nobody waits for a parent that has failed
@@ -373,13 +315,13 @@ TEST_F(Stream, PipesGiveWhatTheyHaveAndSignalsDoNotCount)
 
 TEST_F(Stream, FullDisksAndLostFilesAreAlwaysNoticed)
 {
-    const bytes data = counting(50000);
+    const bytes data = some_data(50000);
     stream source, full, filter;
-    const handle<ZRC_DIGEST_UNIT> digest{ZRC_New_DIGEST_Unit()};
-    ASSERT_EQ(ZRC_Init_DIGEST(digest.get(), ZRC_SHA256), 0u);
+    const digest_ptr digest{ZRC_New_DIGEST_Unit()};
+    ASSERT_EQ(ZRC_Init_DIGEST(digest, ZRC_SHA256), 0u);
     ASSERT_EQ(ZRC_Open_Data_STREAM(source, data.data(), size_of(data)), 0u);
     ASSERT_EQ(ZRC_Open_File_STREAM(full, "/dev/full", kWrite), 0u);
-    ASSERT_EQ(ZRC_Open_Digest_STREAM(filter, full, digest.get(), kWrite), 0u);
+    ASSERT_EQ(ZRC_Open_Digest_STREAM(filter, full, digest, kWrite), 0u);
     std::int64_t copied = -1;
     EXPECT_EQ(ZRC_Copy_STREAM(filter, source, &copied), 0x0D090060u);
     EXPECT_EQ(errno, ENOSPC);
@@ -403,12 +345,12 @@ TEST_F(Stream, FullDisksAndLostFilesAreAlwaysNoticed)
 
 TEST_F(Stream, DigestAndHmacFiltersSeeEveryByteInBothDirections)
 {
-    const bytes data = counting(70001);
-    const handle<ZRC_DIGEST_UNIT> digest{ZRC_New_DIGEST_Unit()};
-    const handle<ZRC_HMAC_UNIT> hmac{ZRC_New_HMAC_Unit()};
-    ASSERT_EQ(ZRC_Init_DIGEST(digest.get(), ZRC_MD5), 0u);
-    ASSERT_EQ(ZRC_Init_HMAC(hmac.get(), ZRC_SHA256, data.data(), 20), 0u);
-    bytes digest_value(16), hmac_value(32), got(32);
+    const bytes data = some_data(70001);
+    const digest_ptr digest{ZRC_New_DIGEST_Unit()};
+    const hmac_ptr hmac{ZRC_New_HMAC_Unit()};
+    ASSERT_EQ(ZRC_Init_DIGEST(digest, ZRC_MD5), 0u);
+    ASSERT_EQ(ZRC_Init_HMAC(hmac, ZRC_SHA256, data.data(), 20), 0u);
+    bytes digest_value(16), hmac_value(32), digested(16), authenticated(32);
     ASSERT_EQ(ZRC_DIGEST(ZRC_MD5, data.data(), size_of(data), digest_value.data(), nullptr), 0u);
     ASSERT_EQ(ZRC_HMAC(ZRC_SHA256, data.data(), 20, data.data(), size_of(data), hmac_value.data(), nullptr), 0u);
 
@@ -416,78 +358,66 @@ TEST_F(Stream, DigestAndHmacFiltersSeeEveryByteInBothDirections)
     ASSERT_EQ(ZRC_Open_Memory_STREAM(memory), 0u);
     for (const std::uint32_t mode : {kWrite, kRead}) { // written first, then read back
         stream lower, upper;
-        ASSERT_EQ(ZRC_Open_HMAC_STREAM(lower, memory, hmac.get(), mode), 0u);
-        ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, lower, digest.get(), mode), 0u);
-        if (mode == kWrite) {
-            EXPECT_EQ(write(upper, data), 0u);
-        }
-        if (mode == kRead) {
-            EXPECT_EQ(drained(upper), data);
-        }
+        ASSERT_EQ(ZRC_Open_HMAC_STREAM(lower, memory, hmac, mode), 0u);
+        ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, lower, digest, mode), 0u);
+        EXPECT_TRUE(mode == kWrite ? write(upper, data) == 0 : drained(upper) == data);
         EXPECT_EQ(upper->position, 70001);
         EXPECT_EQ(ZRC_Rewind_STREAM(upper), 0x0D060048u);
         EXPECT_EQ(ZRC_Flush_STREAM(upper), 0u);
-        EXPECT_EQ(ZRC_Final_DIGEST(digest.get(), got.data(), nullptr), 0u);
-        EXPECT_TRUE(std::equal(digest_value.begin(), digest_value.end(), got.begin()));
-        EXPECT_EQ(ZRC_Final_HMAC(hmac.get(), got.data(), nullptr), 0u);
-        EXPECT_EQ(got, hmac_value);
+        EXPECT_EQ(ZRC_Final_DIGEST(digest, digested.data(), nullptr), 0u);
+        EXPECT_EQ(ZRC_Final_HMAC(hmac, authenticated.data(), nullptr), 0u);
+        EXPECT_TRUE(digested == digest_value && authenticated == hmac_value);
         EXPECT_EQ(content(memory), data);
     }
 }
 
-struct keyed_cipher {
-    keyed_cipher(std::uint32_t id, std::uint32_t encrypt)
-    {
-        const bytes key = counting(32);
-        EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit.get(), id, key.data(), key.data() + 16, encrypt), 0u);
-    }
-    const handle<ZRC_BLOCK_CIPHER_UNIT> unit{ZRC_New_BLOCK_CIPHER_Unit()};
-};
+cipher_ptr keyed_cipher(std::uint32_t id, std::uint32_t encrypt)
+{
+    cipher_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
+    const bytes key = some_data(48);
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, id, key.data(), key.data() + 32, encrypt), 0u);
+    return unit;
+}
+
+// The whole message, by the unit alone.
+bytes processed(ZRC_BLOCK_CIPHER_UNIT* unit, const bytes& data)
+{
+    bytes out(data.size() + 16);
+    std::int32_t length = 0, rest = 0;
+    EXPECT_TRUE(data.empty() || ZRC_Update_BLOCK_CIPHER(unit, out.data(), &length, data.data(), size_of(data)) == 0);
+    EXPECT_EQ(ZRC_Final_BLOCK_CIPHER(unit, out.data() + length, &rest), 0u);
+    out.resize(std::size_t(length + rest));
+    return out;
+}
 
 TEST_F(Stream, CipherFiltersGiveTheMessageOfOneCall)
 {
-    constexpr std::size_t kSizes[] = {0, 1, 15, 16, 17, 16384, 16400, 65520, 65535};
-    const bytes key = counting(32);
     for (const std::uint32_t mode : {0x20u, 0x00u, 0x21u, 0x41u, 0x81u}) { // CBC, ECB; CBC, CFB, CTR without padding
-        for (const std::size_t size : kSizes) {
-            const std::uint32_t id = ZRC_ARIA_256 | mode;
+        for (const std::size_t size : {0U, 1U, 15U, 16U, 17U, 16384U, 16400U, 65520U, 65535U}) {
             if (mode == 0x21 && size % 16 != 0) continue;
-            SCOPED_TRACE(testing::Message() << std::hex << id << std::dec << ' ' << size);
-            const bytes data = counting(size);
-            bytes expected(size + 16);
-            std::int32_t length = 0;
-            if (size != 0) {
-                ASSERT_EQ(ZRC_BLOCK_CIPHER(id, 1, key.data(), key.data() + 16, data.data(), size_of(data),
-                                           expected.data(), &length),
-                          0u);
-            }
-            expected.resize(std::size_t(length));
-
-            const keyed_cipher encryption{id, 1}, decryption{id, 0};
+            SCOPED_TRACE(testing::Message() << std::hex << mode << std::dec << ' ' << size);
+            const bytes data = some_data(size);
+            const cipher_ptr encryption = keyed_cipher(ZRC_ARIA_256 | mode, 1);
+            const cipher_ptr decryption = keyed_cipher(ZRC_ARIA_256 | mode, 0);
             stream memory, writer, reader, back, plain;
             ASSERT_EQ(ZRC_Open_Memory_STREAM(memory), 0u);
-            ASSERT_EQ(ZRC_Open_Cipher_STREAM(writer, memory, encryption.unit.get(), kWrite), 0u);
+            ASSERT_EQ(ZRC_Open_Cipher_STREAM(writer, memory, encryption, kWrite), 0u);
             EXPECT_EQ(write(writer, data), 0u);
             EXPECT_EQ(ZRC_Close_STREAM(writer), 0u);
-            if (size != 0) {
-                EXPECT_EQ(content(memory), expected);
-            }
-            if (size == 0) {
-                EXPECT_EQ(content(memory).size(), mode % 2 != 0 ? 0u : 16u);
-            }
+            EXPECT_EQ(content(memory), processed(encryption, data));
 
-            ASSERT_EQ(ZRC_Open_Cipher_STREAM(reader, memory, decryption.unit.get(), kRead), 0u);
+            ASSERT_EQ(ZRC_Open_Cipher_STREAM(reader, memory, decryption, kRead), 0u);
             EXPECT_EQ(drained(reader), data);
             EXPECT_EQ(ZRC_Flush_STREAM(reader), 0u);
             EXPECT_EQ(ZRC_Rewind_STREAM(memory), 0u);
             ASSERT_EQ(ZRC_Open_Memory_STREAM(plain), 0u);
-            ASSERT_EQ(ZRC_Open_Cipher_STREAM(back, plain, decryption.unit.get(), kWrite), 0u);
+            ASSERT_EQ(ZRC_Open_Cipher_STREAM(back, plain, decryption, kWrite), 0u);
             std::int64_t copied = -1;
             EXPECT_EQ(ZRC_Copy_STREAM(back, memory, &copied), 0u);
             EXPECT_EQ(copied, ZRC_Get_STREAM_Length(memory));
             EXPECT_EQ(ZRC_Flush_STREAM(back), 0u);
             EXPECT_EQ(content(plain), data);
-            EXPECT_EQ(ZRC_Write_STREAM(back, key.data(), 1), 0x0D050013u) << "the message has ended";
+            EXPECT_EQ(write(back, {1}), 0x0D050013u) << "the message has ended";
             EXPECT_EQ(ZRC_Close_STREAM(back), 0x0D080013u);
         }
     }
@@ -495,33 +425,32 @@ TEST_F(Stream, CipherFiltersGiveTheMessageOfOneCall)
 
 TEST_F(Stream, TroubleOfFilters)
 {
-    const bytes data = counting(40);
-    const keyed_cipher padded{ZRC_ARIA_256 | ZRC_MODE_CBC, 0}, whole{ZRC_ARIA_256 | ZRC_MODE_ECB | ZRC_NO_PADDING, 1};
-    const handle<ZRC_BLOCK_CIPHER_UNIT> fresh_cipher{ZRC_New_BLOCK_CIPHER_Unit()};
-    const handle<ZRC_DIGEST_UNIT> fresh_digest{ZRC_New_DIGEST_Unit()};
-    const handle<ZRC_HMAC_UNIT> fresh_hmac{ZRC_New_HMAC_Unit()};
+    const bytes data = some_data(40);
+    const cipher_ptr padded = keyed_cipher(ZRC_ARIA_256 | ZRC_MODE_CBC, 0);
+    const cipher_ptr whole = keyed_cipher(ZRC_ARIA_256 | ZRC_MODE_ECB | ZRC_NO_PADDING, 1);
+    const cipher_ptr fresh_cipher{ZRC_New_BLOCK_CIPHER_Unit()};
+    const digest_ptr fresh_digest{ZRC_New_DIGEST_Unit()};
+    const hmac_ptr fresh_hmac{ZRC_New_HMAC_Unit()};
     stream memory, filter, upper;
     bytes got;
     ASSERT_EQ(ZRC_Open_Memory_STREAM(memory), 0u);
     ASSERT_EQ(write(memory, data), 0u);
 
-    ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, padded.unit.get(), kRead), 0u);
-    EXPECT_EQ(drain(filter, got), 0x0D030017u);
-    EXPECT_EQ(drain(filter, got), 0x0D030017u);
-    EXPECT_EQ(ZRC_Close_STREAM(filter), 0u);
-    ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, padded.unit.get(), kRead), 0u);
+    for (const auto& [unit, expected] : {std::pair{&padded, 0x0D030017u}, {&fresh_cipher, 0x0D03005Au}}) {
+        EXPECT_EQ(ZRC_Rewind_STREAM(memory), 0u);
+        ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, *unit, kRead), 0u);
+        EXPECT_EQ(drain(filter, got), expected);
+        EXPECT_EQ(drain(filter, got), expected);
+        EXPECT_EQ(ZRC_Close_STREAM(filter), 0u);
+    }
+    ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, padded, kRead), 0u);
     EXPECT_EQ(ZRC_Close_STREAM(filter), 0u) << "reading owes nothing";
-    EXPECT_EQ(ZRC_Rewind_STREAM(memory), 0u);
-    ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, fresh_cipher.get(), kRead), 0u);
-    EXPECT_EQ(drain(filter, got), 0x0D03005Au);
-    EXPECT_EQ(drain(filter, got), 0x0D03005Au);
-    EXPECT_EQ(ZRC_Close_STREAM(filter), 0u);
 
     for (const bool flushed : {false, true}) {
-        ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, whole.unit.get(), kWrite), 0u);
+        ASSERT_EQ(ZRC_Open_Cipher_STREAM(filter, memory, whole, kWrite), 0u);
         EXPECT_EQ(write(filter, data), 0u);
         if (flushed) { // from above
-            ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, filter, fresh_digest.get(), kWrite), 0u);
+            ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, filter, fresh_digest, kWrite), 0u);
             EXPECT_EQ(ZRC_Flush_STREAM(upper), 0x0D070017u);
             EXPECT_EQ(ZRC_Close_STREAM(upper), 0x0D080017u);
         }
@@ -540,23 +469,23 @@ TEST_F(Stream, TroubleOfFilters)
             ZRC_Close_STREAM(filter);
             return code & 0xFFFF;
         };
-        EXPECT_EQ(use(ZRC_Open_Cipher_STREAM(filter, memory, fresh_cipher.get(), mode)), 0x5Au);
-        EXPECT_EQ(use(ZRC_Open_Digest_STREAM(filter, memory, fresh_digest.get(), mode)), 0x5Bu);
-        EXPECT_EQ(use(ZRC_Open_HMAC_STREAM(filter, memory, fresh_hmac.get(), mode)), 0x5Cu);
+        EXPECT_EQ(use(ZRC_Open_Cipher_STREAM(filter, memory, fresh_cipher, mode)), 0x5Au);
+        EXPECT_EQ(use(ZRC_Open_Digest_STREAM(filter, memory, fresh_digest, mode)), 0x5Bu);
+        EXPECT_EQ(use(ZRC_Open_HMAC_STREAM(filter, memory, fresh_hmac, mode)), 0x5Cu);
     }
 
-    ASSERT_EQ(ZRC_Open_Digest_STREAM(filter, memory, fresh_digest.get(), kWrite), 0u);
-    ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, filter, fresh_digest.get(), kWrite), 0u);
+    ASSERT_EQ(ZRC_Open_Digest_STREAM(filter, memory, fresh_digest, kWrite), 0u);
+    ASSERT_EQ(ZRC_Open_Digest_STREAM(upper, filter, fresh_digest, kWrite), 0u);
     EXPECT_EQ(ZRC_Copy_STREAM(upper, memory, nullptr), 0x0D09002Bu) << "would never end";
     EXPECT_EQ(ZRC_Close_STREAM(filter), 0u);
-    EXPECT_EQ(ZRC_Open_Digest_STREAM(filter, upper, fresh_digest.get(), kWrite), 0x0D02002Bu) << "a circle";
+    EXPECT_EQ(ZRC_Open_Digest_STREAM(filter, upper, fresh_digest, kWrite), 0x0D02002Bu) << "a circle";
     EXPECT_EQ(write(upper, data), 0x0D050034u);
     EXPECT_EQ(ZRC_Close_STREAM(upper), 0x0D080034u);
 
     const std::int64_t length = ZRC_Get_STREAM_Length(memory);
-    ASSERT_EQ(ZRC_Open_Cipher_STREAM(upper, memory, whole.unit.get(), kWrite), 0u);
+    ASSERT_EQ(ZRC_Open_Cipher_STREAM(upper, memory, whole, kWrite), 0u);
     EXPECT_EQ(ZRC_Write_STREAM(upper, data.data(), 7), 0u);
-    upper.free();
+    upper.reset();
     EXPECT_EQ(ZRC_Get_STREAM_Length(memory), length) << "given up, not ended";
 }
 

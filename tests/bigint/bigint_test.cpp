@@ -69,19 +69,16 @@ TEST(Bigint, InitZeroesAllFieldsOnlyIfAFlagWasSet)
 TEST(Bigint, ClearReleasesTheArrayAndKeepsTheStructure)
 {
     for (const std::uint32_t flags : {0U, 1U, 2U, 4U, 6U}) { // a static array too
-        ZRC_BIGINT bn{static_cast<std::uint32_t*>(ZRC_Calloc(5, 4)), 3, 5, flags};
-        ZRC_Clear_BIGINT(&bn);
+        ZRC_BIGINT bn{static_cast<std::uint32_t*>(ZRC_Calloc(5, 4)), 3, 5, flags}, without_array{nullptr, 3, 5, flags};
+        if (flags == 4)
+            EXPECT_EQ(ZRC_Free_BIGINT(&bn), 0U);
+        else
+            ZRC_Clear_BIGINT(&bn);
+        ZRC_Clear_BIGINT(&without_array);
         EXPECT_EQ(fields_of(bn), (fields{nullptr, 0, 0, flags & ~2U})) << flags;
+        EXPECT_EQ(fields_of(without_array), (fields{nullptr, 0, 0, flags})) << flags;
     }
-    ZRC_BIGINT without_array{nullptr, 3, 5, 6};
-    ZRC_Clear_BIGINT(&without_array);
-    EXPECT_EQ(fields_of(without_array), (fields{nullptr, 0, 0, 6}));
     ZRC_Clear_BIGINT(nullptr);
-
-    ZRC_BIGINT not_its_own{};
-    ASSERT_EQ(ZRC_Init_BIGINT(&not_its_own) | ZRC_Set_BIGINT_Bit(&not_its_own, 70), 0U);
-    EXPECT_EQ(ZRC_Free_BIGINT(&not_its_own), 0U);
-    EXPECT_EQ(fields_of(not_its_own), (fields{nullptr, 0, 0, 4}));
 }
 
 TEST(Bigint, SharedConstantsAreOneWordEachAndSurviveClearAndFree)
@@ -118,48 +115,21 @@ TEST(Bigint, ExpandGrowsExactlyAndKeepsTheValue)
 
 // Accessors
 
-TEST(Bigint, LengthInBits)
+TEST(Bigint, SetWordAndSetBit)
 {
-    for (std::uint32_t bits = 0; bits <= 32; ++bits) {
-        const auto largest = std::uint32_t((std::uint64_t{1} << bits) - 1);
-        EXPECT_EQ(zrc_Get_BIGINT_Bits_Word(largest), bits);
-        EXPECT_EQ(zrc_Get_BIGINT_Bits_Word(largest - largest / 2), bits);
-        EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(of({0, 0, largest})), 64 + bits);
-    }
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(nullptr), 0U);
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(of({})), 0U);
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(kSharedZero), 0U);
-    EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(kSharedOne), 1U);
-}
-
-TEST(Bigint, SetWord)
-{
-    const bigint bn = of({}), longer = of({1, 2, 3});
+    const bigint bn = of({}), longer = of({1, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF});
     EXPECT_EQ(ZRC_Set_BIGINT_Word(bn, 0), 0U);
     EXPECT_TRUE(bn->allocated == 1 && bn->length == 0);
-    EXPECT_EQ(ZRC_Set_BIGINT_Word(bn, 9), 0U);
-    EXPECT_EQ(words_of(bn), word_list{9});
-    EXPECT_EQ(ZRC_Set_BIGINT_Word(longer, 0xFFFFFFFF), 0U);
-    EXPECT_EQ(words_of(longer), word_list{0xFFFFFFFF});
-    EXPECT_EQ(longer->allocated, 3);
-}
-
-TEST(Bigint, SetBitZeroFillsWhatItAdds)
-{
-    const bigint bn = of({}), shorter = of({1, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF});
-    EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, 100), 0U);
-    EXPECT_EQ(words_of(bn), (word_list{0, 0, 0, 16}));
-    EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, 31), 0U);
+    EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, 100) | ZRC_Set_BIGINT_Bit(bn, 31), 0U);
     EXPECT_EQ(words_of(bn), (word_list{0x80000000, 0, 0, 16}));
 
-    shorter->length = 1; // a longer value's words are left above it
-    EXPECT_EQ(ZRC_Set_BIGINT_Bit(shorter, 65), 0U);
-    EXPECT_EQ(words_of(shorter), (word_list{1, 0, 2}));
-    EXPECT_EQ(shorter->allocated, 4);
-
+    EXPECT_EQ(ZRC_Set_BIGINT_Word(longer, 1), 0U);
+    EXPECT_EQ(words_of(longer), word_list{1});
+    EXPECT_EQ(ZRC_Set_BIGINT_Bit(longer, 65), 0U); // a longer value's words were left above
+    EXPECT_EQ(words_of(longer), (word_list{1, 0, 2}));
+    EXPECT_EQ(longer->allocated, 4);
     for (const std::int32_t bit : {0, 1, 65, 64, 95, 96, -1, INT32_MAX, INT32_MIN})
-        EXPECT_EQ(ZRC_Is_BIGINT_Bit_Set(shorter, bit), bit == 0 || bit == 65) << bit;
-    EXPECT_EQ(ZRC_Is_BIGINT_Bit_Set(kSharedZero, 0), 0);
+        EXPECT_EQ(ZRC_Is_BIGINT_Bit_Set(longer, bit), bit == 0 || bit == 65) << bit;
 }
 
 TEST(Bigint, TheLongestValueHas16777215Words)
@@ -169,8 +139,7 @@ TEST(Bigint, TheLongestValueHas16777215Words)
     EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, kMostBits), 0x04210016U);
     EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, INT32_MAX), 0x04210016U);
     const std::uint8_t one = 1;
-    EXPECT_EQ(ZRC_Binary_To_BIGINT(&one, kMostBits / 8 + 1, bn),
-              nullptr); // not read that far
+    EXPECT_EQ(ZRC_Binary_To_BIGINT(&one, kMostBits / 8 + 1, bn), nullptr); // not read that far
     EXPECT_EQ(ZRC_Binary_To_BIGINT(&one, INT32_MAX, nullptr), nullptr);
     EXPECT_EQ(bn->data, nullptr);
     EXPECT_EQ(ZRC_Set_BIGINT_Bit(bn, kMostBits - 1), 0U);
@@ -184,20 +153,16 @@ TEST(Bigint, CompareGoesByNumberOfWordsFirst)
 {
     const word_list ascending[] = {{}, {0}, {1}, {2}, {0xFFFFFFFF}, {0, 1}, {1, 1}, {0, 2}, {5, 0x80000000}, {0, 0, 1}};
     for (std::size_t i = 0; i < std::size(ascending); ++i)
-        for (std::size_t k = 0; k < std::size(ascending); ++k)
-            EXPECT_EQ(ZRC_Cmp_BIGINT(of(ascending[i]), of(ascending[k])), (i > k) - (i < k)) << i << ' ' << k;
-    EXPECT_EQ(ZRC_Cmp_BIGINT(kSharedZero, of({})), 1);
-    EXPECT_EQ(ZRC_Cmp_BIGINT(nullptr, kSharedOne), 1);
-    EXPECT_EQ(ZRC_Cmp_BIGINT(kSharedOne, nullptr), 1);
-
-    const std::uint32_t a[] = {9, 1, 7}, b[] = {1, 2, 7};
-    const std::int32_t expected[] = {0, 1, -1, -1};
-    for (std::int32_t words = 0; words <= 3; ++words) {
-        EXPECT_EQ(zrc_Cmp_BIGINT_Words(a, b, words), expected[words]) << words;
-        EXPECT_EQ(zrc_Cmp_BIGINT_Words(b, a, words), -expected[words]) << words;
-    }
-    EXPECT_EQ(zrc_Cmp_BIGINT_Words(nullptr, b, 1), 1);
-    EXPECT_EQ(zrc_Cmp_BIGINT_Words(a, nullptr, 1), 1);
+        for (std::size_t k = 0; k < std::size(ascending); ++k) {
+            const bigint a = of(ascending[i]), b = of(ascending[k]);
+            EXPECT_EQ(ZRC_Cmp_BIGINT(a, b), (i > k) - (i < k)) << i << ' ' << k;
+            if (a->length == 0 || a->length != b->length) continue;
+            EXPECT_EQ(zrc_Cmp_BIGINT_Words(a->data, b->data, a->length), (i > k) - (i < k)) << i << ' ' << k;
+        }
+    const std::uint32_t word = 0;
+    EXPECT_TRUE(ZRC_Cmp_BIGINT(nullptr, kSharedOne) == 1 && ZRC_Cmp_BIGINT(kSharedOne, nullptr) == 1);
+    EXPECT_TRUE(zrc_Cmp_BIGINT_Words(nullptr, &word, 1) == 1 && zrc_Cmp_BIGINT_Words(&word, nullptr, 1) == 1);
+    EXPECT_EQ(zrc_Cmp_BIGINT_Words(&word, &word, 0), 0);
 }
 
 TEST(Bigint, SwapKeepsFlagOneTakesFlagTwoAndClearsFlagFour)
@@ -210,27 +175,24 @@ TEST(Bigint, SwapKeepsFlagOneTakesFlagTwoAndClearsFlagFour)
         EXPECT_EQ(fields_of(b), (fields{words_a, 1, 2, (flags >> 3 & 1) + (flags & 2)})) << flags;
     }
     const bigint bn = of({4});
+    const fields before = fields_of(*bn);
     ZRC_Swap_BIGINT(bn, nullptr);
     ZRC_Swap_BIGINT(nullptr, bn);
     ZRC_Swap_BIGINT(bn, bn);
-    EXPECT_EQ(words_of(bn), word_list{4});
-    EXPECT_EQ(bn->flags, 1U);
+    EXPECT_EQ(fields_of(*bn), before);
 }
 
 TEST(Bigint, CopyTakesTheWordsAsTheyAre)
 {
     const bigint bn = of({1, 2, 3});
     for (const word_list& words : {word_list{9, 8}, word_list{}, word_list{1, 2, 3, 4, 5}, word_list{7, 0}}) {
-        EXPECT_EQ(ZRC_Copy_BIGINT(bn, of(words)), 0U);
+        EXPECT_EQ(ZRC_Copy_BIGINT(bn, of(words)) | ZRC_Copy_BIGINT(bn, bn), 0U);
         EXPECT_EQ(words_of(bn), words);
         EXPECT_EQ(words_of(test::copy_of(bn)), words);
     }
     EXPECT_EQ(bn->allocated, 5);
-    EXPECT_EQ(ZRC_Copy_BIGINT(bn, bn), 0U);
-    EXPECT_EQ(ZRC_Copy_BIGINT(bn, kSharedZero), 0U);
-    EXPECT_EQ(words_of(bn), word_list{0});
-    EXPECT_EQ(
-        bigint { ZRC_Dup_BIGINT(kSharedOne) } -> flags, 1U);
+    const bigint one{ZRC_Dup_BIGINT(kSharedOne)};
+    EXPECT_EQ(one->flags, 1U);
     EXPECT_EQ(ZRC_Dup_BIGINT(nullptr), nullptr);
 }
 
@@ -243,6 +205,10 @@ TEST(Bigint, EveryCode)
                         {ZRC_Get_BIGINT_Word(kSharedZero), 0},
                         {ZRC_Get_BIGINT_Word(of({77})), 77},
                         {ZRC_Get_BIGINT_Word(of({77, 1})), 0xFFFFFFFF},
+                        {ZRC_Get_BIGINT_Bits_Length(nullptr), 0},
+                        {ZRC_Get_BIGINT_Bits_Length(of({})), 0},
+                        {ZRC_Get_BIGINT_Bits_Length(of({0, 0, 0x80000000})), 96},
+                        {zrc_Get_BIGINT_Bits_Word(0), 0},
                         {ZRC_Init_BIGINT(nullptr), 0x04010049},
                         {ZRC_Free_BIGINT(nullptr), 0x04020049},
                         {ZRC_Set_BIGINT_Word(nullptr, 1), 0x04200049},
@@ -266,86 +232,65 @@ TEST(Bigint, EveryCode)
 
 // Conversions
 
-TEST(Bigint, ConvertsBytesAndTexts)
+TEST(Bigint, ConvertsThePublishedNumbers)
 {
-    const struct {
-        bytes in;
-        word_list words;
-        std::string unsigned_bytes, decimal;
-    } cases[] = {
-        {{}, {}, "", "0"},
-        {{0}, {}, "", "0"},
-        {{0, 0, 0, 0, 0, 0, 0, 0, 0}, {}, "", "0"},
-        {{0, 0, 1}, {1}, "01", "1"},
-        {{0x7F}, {0x7F}, "7f", "127"},
-        {{0x80}, {0x80}, "80", "128"},
-        {{0x0A, 0xBC}, {0xABC}, "0abc", "2748"},
-        {{0xFF, 0xFF, 0xFF}, {0xFFFFFF}, "ffffff", "16777215"},
-        {{0x3B, 0x9A, 0xCA, 0}, {1000000000}, "3b9aca00", "1000000000"},
-        {{0x80, 0, 0, 0}, {0x80000000}, "80000000", "2147483648"},
-        {{1, 2, 3, 4, 5}, {0x02030405, 1}, "0102030405", "4328719365"},
-        {{0, 0, 0, 0, 0, 9, 8, 7, 6}, {0x09080706}, "09080706", "151521030"},
-        {{0x81, 0, 0, 0, 0, 0, 0}, {0, 0x810000}, "81000000000000", "36310271995674624"},
-    };
     const bigint reused = of({1, 2, 3, 4});
-    for (const auto& c : cases) {
-        SCOPED_TRACE(hex(c.in));
-        const std::uint8_t nothing = 0, *const in = c.in.empty() ? &nothing : c.in.data();
-        const auto size = std::int32_t(c.in.size());
-        const bigint bn{ZRC_Binary_To_BIGINT(in, size, nullptr)};
-        ASSERT_NE(bn, nullptr);
-        EXPECT_EQ(words_of(bn), c.words);
+    for (const test::stanza& vector : test::read_vectors("bigint_decimal.txt", "decimal")) {
+        SCOPED_TRACE(vector.place);
+        bytes value = vector["value"];
+        std::string decimal = hex(vector["decimal"]); // two digits a byte
+        decimal.erase(0, std::min(decimal.find_first_not_of('0'), decimal.size() - 1));
+        const auto size = std::int32_t(value.size());
+        const bigint bn = of_bytes(value);
         EXPECT_EQ(bn->allocated, (size + 3) / 4);
-        EXPECT_EQ(ZRC_Binary_To_BIGINT(in, size, reused), reused.get());
-        EXPECT_EQ(words_of(reused), c.words);
-        std::string text = c.words.empty() ? "0" : c.unsigned_bytes;
+        EXPECT_EQ(ZRC_Binary_To_BIGINT(value.data(), size, reused), reused.get());
+        EXPECT_EQ(words_of(reused), words_of(bn));
+
+        value.erase(value.begin(), std::ranges::find_if(value, [](std::uint8_t byte) { return byte != 0; }));
+        const std::string digits = hex(value), sign = digits > "8" ? "00" : "";
+        std::string text = value.empty() ? "0" : digits;
         std::ranges::transform(text, text.begin(), [](char digit) { return digit >= 'a' ? char(digit - 32) : digit; });
-        const std::string sign = c.unsigned_bytes > "8" ? "00" : "";
-        EXPECT_EQ(texts_of(bn), (texts{text, "0x" + text, c.decimal, c.unsigned_bytes, sign + c.unsigned_bytes}));
+        EXPECT_EQ(texts_of(bn), (texts{text, "0x" + text, decimal, digits, sign + digits}));
+        if (value.empty()) continue;
+        EXPECT_EQ(ZRC_Cmp_BIGINT(bigint{ZRC_HEX_To_BIGINT(text.c_str())}, bn), 0);
     }
+}
+
+TEST(Bigint, ConvertsWhatHasAFormOfItsOwn)
+{
+    EXPECT_EQ(words_of(of_bytes({0, 0, 0, 0, 1, 2, 3, 4, 5})), (word_list{0x02030405, 1}));
+    EXPECT_EQ(words_of(of_bytes({0, 0, 0, 0, 0, 0, 0, 0, 0})), word_list{});
+    EXPECT_EQ(texts_of(of({})), (texts{"0", "0x0", "0", "", ""}));
+    EXPECT_EQ(texts_of(of({0x80})), (texts{"80", "0x80", "128", "80", "0080"})); // a byte for the sign
     EXPECT_EQ(texts_of(kSharedZero), (texts{"", "0x", "0", "", ""}));
     EXPECT_EQ(take(ZRC_BIGINT_To_DEC(of({12, 0, 0}))), "12"); // zero words on top are no digits
     EXPECT_EQ(take(ZRC_BIGINT_To_HEX(of({12, 0, 0}))), "0C");
-}
 
-TEST(Bigint, ConvertsThePublishedDecimals)
-{
-    for (const test::stanza& vector : test::read_vectors("bigint_decimal.txt", "decimal")) {
-        const bytes& value = vector["value"];
-        std::string decimal = hex(vector["decimal"]); // two digits a byte
-        decimal.erase(0, std::min(decimal.find_first_not_of('0'), decimal.size() - 1));
-        const bigint bn = of_bytes(value);
-        EXPECT_EQ(take(ZRC_BIGINT_To_DEC(bn)), decimal) << vector.place;
-        if (value[0] == 0) continue; // text with needless zeros
-        EXPECT_EQ(ZRC_Cmp_BIGINT(bigint{ZRC_HEX_To_BIGINT(hex(value).c_str())}, bn), 0) << vector.place;
-    }
+    testing::internal::CaptureStdout();
+    ZRC_Print_BIGINT(of({0xABC}));
+    ZRC_Print_BIGINT(nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "0x0ABC\n");
 }
 
 TEST(Bigint, HexTextIsNotStripped)
 {
-    const std::pair<const char*, word_list> cases[] = {
-        {"0", {0}},
-        {"f", {15}},
-        {"00000000FF", {255, 0}},
-        {"0000000000000000", {0, 0}},
-        {"123456789abcdefABCDEF", {0xEFABCDEF, 0x6789ABCD, 0x12345}},
-        {"0x10", {0}},
-        {"12 34", {0x12}},
-        {"aG", {10}},
-        {"@`/:gG", {}},
-        {"-1", {}},
-        {"\xB1", {}},
-    };
+    const std::pair<const char*, word_list> cases[] = {{"0", {0}},
+                                                       {"00000000FF", {255, 0}},
+                                                       {"123456789abcdefABCDEF", {0xEFABCDEF, 0x6789ABCD, 0x12345}},
+                                                       {"0x10", {0}},
+                                                       {"12 34", {0x12}},
+                                                       {"aG", {10}},
+                                                       {"@`/:gG", {}},
+                                                       {"-1", {}},
+                                                       {"\xB1", {}}};
     for (const auto& [text, words] : cases) {
         const bigint bn{ZRC_HEX_To_BIGINT(text)};
         ASSERT_NE(bn, nullptr) << text;
         EXPECT_EQ(words_of(bn), words) << text;
     }
-    EXPECT_EQ(ZRC_HEX_To_BIGINT(""), nullptr);
-    EXPECT_EQ(ZRC_HEX_To_BIGINT(nullptr), nullptr);
 }
 
-TEST(Bigint, ConversionsRefuseNulls)
+TEST(Bigint, ConversionsRefuseArguments)
 {
     const bigint bn = of({1});
     const bytes twelve(12, 1);
@@ -353,23 +298,13 @@ TEST(Bigint, ConversionsRefuseNulls)
     fixed_value fixed{{5, 6}};
     EXPECT_EQ(ZRC_Binary_To_BIGINT(nullptr, 0, bn), nullptr);
     EXPECT_EQ(ZRC_Binary_To_BIGINT(&byte, -1, bn), nullptr);
-    EXPECT_EQ(ZRC_Binary_To_BIGINT(twelve.data(), 12, fixed),
-              nullptr); // cannot grow
-    EXPECT_EQ(words_of(fixed.bn), (word_list{5, 6}));
-    EXPECT_EQ(words_of(bn), word_list{1});
+    EXPECT_EQ(ZRC_Binary_To_BIGINT(twelve.data(), 12, fixed), nullptr); // cannot grow
+    EXPECT_TRUE(words_of(fixed.bn) == (word_list{5, 6}) && words_of(bn) == word_list{1});
     for (const auto convert : {ZRC_BIGINT_To_Binary, ZRC_BIGINT_To_Binary_Unsigned})
         EXPECT_TRUE(convert(nullptr, &byte) == 0 && convert(bn, nullptr) == 0 && byte == 0x55);
     for (const auto convert : {ZRC_BIGINT_To_HEX, ZRC_BIGINT_To_DEC, ZRC_Dump_BIGINT})
         EXPECT_EQ(convert(nullptr), nullptr);
-}
-
-TEST(Bigint, PrintsALineAndNothingForNull)
-{
-    testing::internal::CaptureStdout();
-    ZRC_Print_BIGINT(of({0xABC}));
-    ZRC_Print_BIGINT(nullptr);
-    ZRC_Print_BIGINT(of({}));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "0x0ABC\n0x0\n");
+    EXPECT_TRUE(!ZRC_HEX_To_BIGINT("") && !ZRC_HEX_To_BIGINT(nullptr));
 }
 
 // The pool
@@ -430,17 +365,15 @@ TEST(BigintPool, AGetWithoutAFrameIsNotCounted)
     const pool_ptr pool{ZRC_New_BIGINT_Pool()};
     for (int i = 0; i < 10; ++i)
         ASSERT_NE(ZRC_Get_BIGINT_Pool(pool), nullptr);
-    EXPECT_TRUE(pool->capacity == 16 && pool->depth == -1);
     EXPECT_EQ(zrc_Release_BIGINT_POOL(pool, 11), 0x041D002BU);
-    EXPECT_EQ(pool->used, 10);
+    EXPECT_TRUE(pool->capacity == 16 && pool->depth == -1 && pool->used == 10);
     EXPECT_EQ(zrc_Release_BIGINT_POOL(pool, 2), 0U);
     EXPECT_TRUE(pool->used == 8 && pool->current == pool->head);
     EXPECT_EQ(ZRC_Get_BIGINT_Pool(pool), &pool->tail->bigint[0]);
-    EXPECT_EQ(zrc_Release_BIGINT_POOL(pool, 9), 0U);
 
     ASSERT_EQ(ZRC_Start_BIGINT_Pool(pool), 0U);
     ASSERT_NE(ZRC_Get_BIGINT_Pool(pool), nullptr);
-    ASSERT_EQ(zrc_Release_BIGINT_POOL(pool, 1), 0U); // behind the frame's back
+    ASSERT_EQ(zrc_Release_BIGINT_POOL(pool, 10), 0U); // behind the frame's back
     EXPECT_EQ(ZRC_Finish_BIGINT_Pool(pool), 0x041D002BU);
     EXPECT_TRUE(pool->used == 0 && pool->depth == -1);
 }
@@ -453,8 +386,7 @@ TEST(BigintPool, ClearKeepsTheCountersAndTail)
         ASSERT_EQ(ZRC_Set_BIGINT_Bit(ZRC_Get_BIGINT_Pool(pool), 500), 0U);
     const auto tail = reinterpret_cast<std::uintptr_t>(pool->tail);
     EXPECT_EQ(ZRC_Clear_BIGINT_Pool(pool), 0U);
-    EXPECT_TRUE(pool->head == nullptr && pool->current == nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(pool->tail), tail);
+    EXPECT_TRUE(!pool->head && !pool->current && reinterpret_cast<std::uintptr_t>(pool->tail) == tail);
     EXPECT_TRUE(pool->used == 9 && pool->capacity == 16 && pool->frame_count[0] == 9 && pool->depth == 0);
     EXPECT_EQ(ZRC_Get_BIGINT_Pool(pool), nullptr);
     EXPECT_EQ(ZRC_Finish_BIGINT_Pool(pool), 0U);

@@ -53,11 +53,6 @@ void expect_power(const bigint& a, const bigint& e, const bigint& m, const bigin
     });
 }
 
-void expect_power(const bigint& a, const bigint& e, const bigint& m)
-{
-    expect_power(a, e, m, plain_power(a, e, m));
-}
-
 TEST_F(ModExp, Vectors)
 {
     for (const test::stanza& vector : test::read_vectors("modexp.txt", "modexp odd modulus")) {
@@ -69,24 +64,21 @@ TEST_F(ModExp, Vectors)
 TEST_F(ModExp, KernelsAgreeWithPlainMultiplication)
 {
     test::number_source random{1};
+    const auto compare = [&](std::size_t a_bits, std::size_t e_bits, std::size_t m_bits) {
+        SCOPED_TRACE(testing::Message() << a_bits << " to the power of " << e_bits << " mod " << m_bits);
+        const bigint a = random.number(a_bits), e = random.number(e_bits), m = random.odd(m_bits);
+        expect_power(a, e, m, plain_power(a, e, m));
+    };
     for (std::size_t limbs = 1; limbs <= 70; ++limbs) {
         const std::size_t bits = 64 * limbs - (limbs % 3 == 0 ? random.upto(63) : 0);
-        SCOPED_TRACE(bits);
-        expect_power(random.number(bits - std::min(bits - 1, random.upto(70))), random.number(23 + limbs % 3),
-                     random.odd(bits));
+        compare(bits - std::min(bits - 1, random.upto(70)), 23 + limbs % 3, bits);
     }
-    for (const std::size_t width_ends_at : {1U, 2U, 6U, 17U, 24U, 80U, 240U, 306U, 672U, 1024U}) {
-        for (std::size_t bits = std::max<std::size_t>(width_ends_at - 1, 1); bits <= width_ends_at + 1; ++bits) {
-            SCOPED_TRACE(testing::Message() << "exponent of " << bits);
-            expect_power(random.number(150), random.number(bits), random.odd(161));
-        }
-    }
-    for (const std::size_t bits : {33U, 64U, 65U, 500U, 512U, 1025U}) {
-        for (const std::size_t more : {0U, 1U, 31U, 64U, 512U, 600U}) {
-            SCOPED_TRACE(testing::Message() << "not reduced: " << bits << " and " << more);
-            expect_power(random.number(bits + more), random.number(30), random.odd(bits));
-        }
-    }
+    for (const std::size_t width_ends_at : {1U, 2U, 6U, 17U, 24U, 80U, 240U, 306U, 672U, 1024U})
+        for (std::size_t bits = std::max<std::size_t>(width_ends_at - 1, 1); bits <= width_ends_at + 1; ++bits)
+            compare(150, bits, 161);
+    for (const std::size_t bits : {33U, 64U, 65U, 500U, 512U, 1025U}) // not reduced
+        for (const std::size_t more : {0U, 1U, 31U, 64U, 512U, 600U})
+            compare(bits + more, 30, bits);
 }
 
 TEST_F(ModExp, PairOfDifferentLengths)
@@ -155,9 +147,6 @@ TEST_F(ModExp, ProductWithoutAPower)
         EXPECT_EQ(zrc::open_mod_exp_product(r, small(x.a), small(x.e), small(x.b), small(x.f), small(x.m)), x.outcome);
         EXPECT_EQ(ZRC_Get_BIGINT_Word(r), x.result) << &x - kCases;
     }
-    fixed_value full{{}};
-    const bigint two = small(2), m = small(35);
-    EXPECT_EQ(zrc::open_mod_exp_product(full, two, two, two, two, m), no_room);
 }
 
 TEST_F(ModExp, Quirks)
@@ -175,25 +164,22 @@ TEST_F(ModExp, Quirks)
     EXPECT_EQ(words_of(r), word_list{1});
     EXPECT_TRUE(zrc::secret_mod_exp({r, small(70), small(3), m, 0}));
     EXPECT_EQ(words_of(r), word_list{}) << "the secret form has no such habit";
-
     expect_power(small(15), small(4), small(2025), of({})); // 0 arises on the way: 15^4 mod 45^2
-    // Zero words on top: 81 mod 71
-    EXPECT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, of({3, 0, 0}), of({4, 0}), of({0x47, 0, 0, 0, 0, 0}), nullptr), 0U);
-    EXPECT_EQ(words_of(r), word_list{10});
 }
 
 TEST_F(ModExp, RefusesArguments)
 {
+    using enum zrc::mod_exp_outcome;
     const bigint r = small(9), two = small(2), m = small(35), even = small(34), zero = small(0), one = small(1);
     fixed_value full{{}};
     test::expect_codes({{ZRC_Mod_Exp_Mont_BIGINT(r, two, two, even, nullptr), 0x040A003E},
                         {ZRC_Mod_Exp_Mont_BIGINT(r, two, two, zero, nullptr), 0x040A003E},
                         {ZRC_Mod_Exp_Mont_BIGINT(r, two, two, ZRC_Value_Zero_BIGINT(), nullptr), 0x040A003E},
                         {ZRC_Mod_Exp_Mont_BIGINT(full, two, two, m, nullptr), 0x040A0002}});
+    EXPECT_EQ(zrc::open_mod_exp_product(full, two, two, two, two, m), no_room);
     for (const bigint* modulus : {&zero, &one, &even})
         EXPECT_FALSE(zrc::secret_mod_exp({r, two, two, *modulus, 0}));
-    EXPECT_FALSE(zrc::secret_mod_exp({r, nullptr, two, two, 0}));
-    EXPECT_FALSE(zrc::secret_mod_exp({full, two, two, m, 0}));
+    EXPECT_FALSE(zrc::secret_mod_exp({r, nullptr, two, two, 0}) || zrc::secret_mod_exp({full, two, two, m, 0}));
     EXPECT_EQ(words_of(r), word_list{9});
 }
 
@@ -221,14 +207,12 @@ TEST_F(Montgomery, Vectors)
         EXPECT_EQ(mont->ri, 32 * m->length);
         EXPECT_EQ(mont->ninv0, ZRC_Get_BIGINT_Word(of_bytes(vector["ninv0"])));
         EXPECT_EQ(words_of(mont->RR), words_of(of_bytes(vector["rr"])));
-        EXPECT_EQ(words_of(mont->N), words_of(m));
-        EXPECT_EQ(mont->Ni.length, 0);
+        EXPECT_TRUE(words_of(mont->N) == words_of(m) && mont->Ni.length == 0);
 
         const bigint r = copy_of(a), over = copy_of(b);
-        EXPECT_EQ(multiply(r, r, b), 0U);
-        EXPECT_EQ(words_of(r), words_of(of_bytes(vector["abr"])));
-        EXPECT_EQ(multiply(over, a, over), 0U);
-        EXPECT_EQ(words_of(over), words_of(of_bytes(vector["abr"])));
+        const word_list product = words_of(of_bytes(vector["abr"]));
+        EXPECT_EQ(multiply(r, r, b) | multiply(over, a, over), 0U);
+        EXPECT_TRUE(words_of(r) == product && words_of(over) == product);
         EXPECT_EQ(back(r, a), 0U);
         EXPECT_EQ(words_of(r), words_of(of_bytes(vector["ar"])));
     }
@@ -249,8 +233,6 @@ TEST_F(Montgomery, OperandsThatAreNotReduced)
         EXPECT_EQ(multiply(r, a, b) | multiply(r, r, &mont->RR), 0U); // (a b R^-1) R^2 R^-1 = a b
         EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(expected, a, b, m, pool()), 0U);
         EXPECT_EQ(words_of(r), words_of(expected)) << bits;
-        EXPECT_EQ(multiply(r, a, of({})), 0U);
-        EXPECT_EQ(words_of(r), word_list{});
     }
 }
 

@@ -1,5 +1,4 @@
-// Big numbers without memory: every code, nothing lost, every frame closed
-// again.
+// Big numbers without memory: every code, nothing lost, every frame closed again.
 #include "bigint/mod_exp.hpp"
 #include "core/owned.hpp"
 #include "kestrim_crypto.h"
@@ -39,6 +38,7 @@ protected:
     }
 
     const bigint a{ZRC_Binary_To_BIGINT(kBytes, 160, nullptr)}, m{ZRC_Binary_To_BIGINT(kBytes, 96, nullptr)};
+    const bigint halved{ZRC_Binary_To_BIGINT(kBytes, 128, nullptr)}; // of a number of words that is a power of two
 };
 
 TEST_F(NumbersWithoutMemory, EveryOperationAnswersItsCode)
@@ -51,7 +51,11 @@ TEST_F(NumbersWithoutMemory, EveryOperationAnswersItsCode)
         {[&](auto* r, auto*) { return ZRC_Add_BIGINT(r, a, m); }, {0x040D0016}},
         {[&](auto* r, auto*) { return ZRC_Sub_BIGINT(r, a, m); }, {0x040E0016}},
         {[&](auto* r, auto* p) { return ZRC_Mtp_BIGINT(r, a, m, p); }, {0x04120016}},
+        {[&](auto* r, auto* p) { return ZRC_Mtp_BIGINT(r, a, a, p); }, {0x0412001B, 0x04120016}},
+        {[&](auto* r, auto* p) { return ZRC_Copy_BIGINT(r, m) != 0 ? 1 : ZRC_Mtp_BIGINT(r, r, a, p); },
+         {1, 0x0412001B, 0x04120016, 0x0412000D}},
         {[&](auto* r, auto* p) { return ZRC_Sqr_BIGINT(r, a, p); }, {0x04110016}},
+        {[&](auto* r, auto* p) { return ZRC_Sqr_BIGINT(r, halved, p); }, {0x04110016, 0x0411001B, 0x04110016}},
         {[&](auto* r, auto* p) { return ZRC_Div_BIGINT(r, nullptr, a, m, p); }, {0x04100057, 0x04100039, 0x0410003A}},
         {[&](auto* r, auto*) { return ZRC_Div_BIGINT(nullptr, r, a, m, nullptr); },
          {0x0410003A, 0x04100039, 0x0410003A}},
@@ -116,15 +120,13 @@ TEST_F(NumbersWithoutMemory, RandomValuesAndPrimes)
     EXPECT_EQ(run(is_no_prime), (codes{7, 0}));
 }
 
-// The first allocation is for the bytes that are drawn, the second one the
-// generator's, which is of no use afterwards.
+// The first allocation is for the bytes that are drawn, the second one the generator's, which is of no use afterwards.
 TEST_F(NumbersWithoutMemory, RandomValuesFromAGeneratorThatCannotStart)
 {
     test::in_a_fresh_process([] {
         const bigint r{ZRC_New_BIGINT()};
         std::uint8_t byte;
-        ASSERT_EQ(ZRC_Rand_Bytes_DRBG(&byte, 1, 0, ZRC_SHA384, 0),
-                  0U); // the next digest starts anew
+        ASSERT_EQ(ZRC_Rand_Bytes_DRBG(&byte, 1, 0, ZRC_SHA384, 0), 0U); // the next digest starts anew
         test::allocations_until_failure = 1;
         EXPECT_EQ(ZRC_Rand_BIGINT_Ex(r, 64, 0, 0), 0x0417001DU);
     });

@@ -1,5 +1,4 @@
-// Arithmetic on private numbers: the same results as the ordinary functions,
-// over every operand, and nothing by halves.
+// Arithmetic on private numbers: the same results as the ordinary functions, over every operand, and nothing by halves.
 #include "bigint/secret_arithmetic.hpp"
 #include "kestrim/bigint_arithmetic.h"
 #include "tests/allocator.hpp"
@@ -90,25 +89,19 @@ TEST_F(SecretArithmetic, AgreesWithTheOrdinaryFunctions)
 
 TEST_F(SecretArithmetic, Comparisons)
 {
-    // In order; those of a row are equal.
-    const std::vector<std::vector<word_list>> rows = {{{}, {0}, {0, 0, 0}},
-                                                      {{1}, {1, 0}, {1, 0, 0, 0}},
-                                                      {{2}},
-                                                      {{UINT32_MAX}},
-                                                      {{0, 1}, {0, 1, 0}},
-                                                      {{1, 1}},
-                                                      {{0, 2}},
-                                                      {{5, 0, 7}, {5, 0, 7, 0, 0}},
-                                                      {{4, 1, 7}}};
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        for (std::size_t j = 0; j < rows.size(); ++j)
-            for (const word_list& first : rows[i])
-                for (const word_list& second : rows[j]) {
-                    const bigint a = test::of(first), b = test::of(second);
-                    EXPECT_EQ(zrc::secret_equal(a, b), i == j) << i << ' ' << j;
-                    EXPECT_EQ(zrc::secret_less(a, b), i < j) << i << ' ' << j;
-                    EXPECT_EQ(zrc::secret_is_one(a), i == 1) << i;
-                }
+    const word_list ascending[] = {{}, {1}, {2}, {UINT32_MAX}, {0, 1}, {1, 1}, {0, 2}, {5, 0, 7}, {4, 1, 7}};
+    for (std::size_t i = 0; i < std::size(ascending); ++i)
+        for (std::size_t j = 0; j < std::size(ascending); ++j)
+            for (const std::size_t zeros : {0U, 1U, 3U}) { // on top
+                word_list longer = ascending[i];
+                longer.resize(longer.size() + zeros);
+                const bigint a = test::of(longer), b = test::of(ascending[j]);
+                EXPECT_EQ(zrc::secret_equal(a, b), i == j) << i << ' ' << j;
+                EXPECT_EQ(zrc::secret_equal(b, a), i == j) << i << ' ' << j;
+                EXPECT_EQ(zrc::secret_less(a, b), i < j) << i << ' ' << j;
+                EXPECT_EQ(zrc::secret_less(b, a), j < i) << i << ' ' << j;
+                EXPECT_EQ(zrc::secret_is_one(a), i == 1) << i;
+            }
     const bigint one = test::of({1});
     EXPECT_FALSE(zrc::secret_is_one(nullptr) || zrc::secret_equal(nullptr, one) || zrc::secret_equal(one, nullptr) ||
                  zrc::secret_less(nullptr, one) || zrc::secret_less(one, nullptr));

@@ -1,7 +1,5 @@
-// The word primitives and the product kernels: plain arithmetic on 32-bit
-// words, each other, and published answers.
+// The word primitives and the product kernels: plain arithmetic on 32-bit words, each other, and published answers.
 #include "bigint/product.hpp"
-#include "bigint/steady_division.hpp"
 #include "kestrim/bigint_words.h"
 #include "tests/bigint/number_source.hpp"
 #include "tests/runnable.hpp"
@@ -61,8 +59,8 @@ limbs random_limbs(test::number_source& random, std::size_t size)
     return value;
 }
 
-// Runs `work` on room for `size` words and on scratch memory, both aligned as
-// words only, and sees that it writes before and behind neither.
+// Runs `work` on room for `size` words and on scratch memory, both aligned as words only, and sees that it writes
+// before and behind neither.
 words result(std::size_t size, std::size_t scratch_size, auto work)
 {
     words r(size + 2, kGuard), scratch(scratch_size + 2, kGuard);
@@ -83,8 +81,7 @@ words square(const words& a, decltype(zrc_Sqr_Recursive)* work)
     return result(2 * a.size(), 2 * a.size(), [&](auto* r, auto* scratch) { work(r, a.data(), count(a), scratch); });
 }
 
-// zrc_Mtp_Recursive, and above it zrc_Mtp_Recursive_P for operands of n words
-// and more.
+// zrc_Mtp_Recursive, and above it zrc_Mtp_Recursive_P for operands of n words and more.
 words recursive(const words& a, const words& b, std::size_t n, bool above = false)
 {
     const auto work = above ? zrc_Mtp_Recursive_P : zrc_Mtp_Recursive;
@@ -94,7 +91,7 @@ words recursive(const words& a, const words& b, std::size_t n, bool above = fals
     });
 }
 
-// By every primitive that takes operands of these sizes.
+// By every primitive that takes operands of these sizes. In zrc_Mtp_Recursive, words are missing up to a power of two.
 void expect_product(const words& a, const words& b)
 {
     SCOPED_TRACE(testing::Message() << a.size() << " and " << b.size());
@@ -103,20 +100,19 @@ void expect_product(const words& a, const words& b)
     const std::size_t size = std::max(a.size(), b.size()), least = std::min(a.size(), b.size());
     const std::size_t n = std::bit_floor(size);
     expect(word_base(a, b));
-    if (size == n || least >= n) expect(recursive(a, b, n, size != n));
+    expect(recursive(a, b, std::bit_ceil(size)));
+    if (least >= n) expect(recursive(a, b, n, true));
     const bool four = size == 4, base = least == size && (four || size == 8);
-    if (base)
-        expect(result(2 * size, 0,
-                      [&](auto* r, auto*) { (four ? zrc_Mtp_Base : zrc_Mtp_Base_Ex)(r, a.data(), b.data()); }));
+    const auto multiply_base = four ? zrc_Mtp_Base : zrc_Mtp_Base_Ex;
+    const auto square_base = four ? zrc_Sqr_Base : zrc_Sqr_Base_Ex;
+    if (base) expect(result(2 * size, 0, [&](auto* r, auto*) { multiply_base(r, a.data(), b.data()); }));
     if (&a != &b) return;
     expect(square(a, zrc_Sqr_Word_Base));
     if (size == n) expect(square(a, zrc_Sqr_Recursive));
-    if (base)
-        expect(result(2 * size, 0, [&](auto* r, auto*) { (four ? zrc_Sqr_Base : zrc_Sqr_Base_Ex)(r, a.data()); }));
+    if (base) expect(result(2 * size, 0, [&](auto* r, auto*) { square_base(r, a.data()); }));
 }
 
-// With every kernel of this machine, and with one that halves operands as early
-// as the primitives allow.
+// With every kernel of this machine, and with one that halves operands as early as the primitives allow.
 void with_each_product(auto work)
 {
     test::with_each_kernel(zrc::product_kernels, work);
@@ -141,10 +137,19 @@ TEST(Words, GiveThePublishedOneWordResults)
         sum.push_back(zrc_Add_Words(sum.data(), a.data(), resized(single, n).data(), count(a)));
         EXPECT_EQ(sum, number(vector["sum"], n + 1));
 
+        const words w_alone = resized(single, n + 1);
+        EXPECT_EQ(zrc_Sub_Words(sum.data(), sum.data(), w_alone.data(), count(sum)), 0U);
+        EXPECT_EQ(sum, resized(a, n + 1));
+
         // a + a w in one step and in two
         added.push_back(zrc_Mtp_Add_Words(added.data(), a.data(), count(a), w));
         zrc_Add_Words(in_steps.data(), product.data(), resized(a, n + 1).data(), count(in_steps));
         EXPECT_EQ(added, in_steps);
+
+        words squares(2 * n);
+        zrc_Sqr_Words(squares.data(), a.data(), count(a));
+        for (std::size_t i = 0; i < n; ++i)
+            EXPECT_EQ(std::uint64_t{squares[2 * i + 1]} << 32 | squares[2 * i], std::uint64_t{a[i]} * a[i]);
 
         std::uint32_t remainder = 0;
         for (std::size_t i = n; i-- > 0; remainder = a[i] - quotient[i] * w)
@@ -156,62 +161,40 @@ TEST(Words, GiveThePublishedOneWordResults)
     EXPECT_EQ(zrc_Div_Words(5, 0, 2), 0x80000000U) << "the low word of 2^33 + 2^31";
 }
 
-TEST(Words, AddAndSubtractInPlaceAndNot)
-{
-    test::number_source random{1};
-    for (std::int32_t n = 0; n <= 40; ++n) {
-        const words a = random.words(std::size_t(n)), b = random.words(std::size_t(n));
-        words sum = a, over_a = a, over_b = b, plain = a, squares(2 * a.size());
-        std::uint64_t carry = 0;
-        for (std::size_t i = 0; i < a.size(); ++i, carry >>= 32)
-            plain[i] = std::uint32_t(carry += std::uint64_t{a[i]} + b[i]);
-        EXPECT_EQ(zrc_Add_Words(sum.data(), a.data(), b.data(), n), carry);
-        EXPECT_EQ(zrc_Add_Words(over_a.data(), over_a.data(), b.data(), n), carry);
-        EXPECT_EQ(zrc_Add_Words(over_b.data(), a.data(), over_b.data(), n), carry);
-        EXPECT_TRUE(sum == plain && over_a == plain && over_b == plain) << n;
-        EXPECT_EQ(zrc_Sub_Words(sum.data(), sum.data(), b.data(), n), carry);
-        EXPECT_EQ(sum, a);
-
-        zrc_Sqr_Words(squares.data(), a.data(), n);
-        for (std::size_t i = 0; i < a.size(); ++i)
-            EXPECT_EQ(std::uint64_t{squares[2 * i + 1]} << 32 | squares[2 * i], std::uint64_t{a[i]} * a[i]);
-    }
-}
-
 // Both are defined by what they give for operands filled up with zeros.
 TEST(Words, CompareAndSubtractOperandsOfDifferentLengths)
 {
     test::number_source random{2};
-    for (std::size_t a_size = 0; a_size <= 9; ++a_size)
-        for (std::size_t b_size = 0; b_size <= 9; ++b_size)
-            for (int round = 0; round < 20; ++round) {
-                words a = random.words(a_size), b = random.words(b_size);
-                const std::size_t longer = std::max(a_size, b_size), shorter = std::min(a_size, b_size);
-                if (round % 2 == 0) std::copy_n(a.begin(), shorter, b.begin()); // equal low parts
-                const words whole_a = resized(a, longer), whole_b = resized(b, longer);
-                const auto common = std::int32_t(shorter), difference = count(a) - count(b);
+    for (int round = 0; round < 2000; ++round) {
+        const words a = random.words(random.upto(9));
+        words b = random.words(random.upto(9));
+        const std::size_t longer = std::max(a.size(), b.size()), shorter = std::min(a.size(), b.size());
+        if (round % 2 == 0) std::copy_n(a.begin(), shorter, b.begin()); // equal low parts
+        const words whole_a = resized(a, longer), whole_b = resized(b, longer);
+        const auto common = std::int32_t(shorter), difference = count(a) - count(b);
 
-                const auto order = std::lexicographical_compare_three_way(whole_a.rbegin(), whole_a.rend(),
-                                                                          whole_b.rbegin(), whole_b.rend());
-                EXPECT_EQ(zrc_Cmp_Parts(a.data(), b.data(), common, difference), order < 0 ? -1 : order > 0 ? 1 : 0);
+        const auto order =
+            std::lexicographical_compare_three_way(whole_a.rbegin(), whole_a.rend(), whole_b.rbegin(), whole_b.rend());
+        EXPECT_EQ(zrc_Cmp_Parts(a.data(), b.data(), common, difference), order < 0 ? -1 : order > 0 ? 1 : 0);
 
-                words expected(longer);
-                const auto borrow =
-                    zrc_Sub_Words(expected.data(), whole_a.data(), whole_b.data(), std::int32_t(longer));
-                const auto subtract = [&](auto* r, auto*) {
-                    EXPECT_EQ(zrc_Sub_Part_Words(r, a.data(), b.data(), common, difference), borrow);
-                };
-                EXPECT_EQ(result(longer, 0, subtract), expected);
-            }
+        words expected(longer);
+        const auto borrow = zrc_Sub_Words(expected.data(), whole_a.data(), whole_b.data(), std::int32_t(longer));
+        const words found = result(longer, 0, [&](auto* r, auto*) {
+            EXPECT_EQ(zrc_Sub_Part_Words(r, a.data(), b.data(), common, difference), borrow);
+        });
+        EXPECT_EQ(found, expected);
+    }
 }
 
-// Word counts around the thresholds, with and without a word that is no whole
-// limb.
+// Word counts around the thresholds, with and without a word that is no whole limb, then longer ones.
 TEST(Words, AgreeWithProductsOnPaper)
 {
-    with_each_product([] {
+    std::vector<std::size_t> sizes{127, 128, 129, 200, 255, 256, 500, 512, 1000};
+    for (std::size_t size = 1; size <= 67; ++size)
+        sizes.push_back(size);
+    with_each_product([&] {
         test::number_source random{3};
-        for (std::size_t size = 1; size <= 67; ++size)
+        for (const std::size_t size : sizes)
             for (std::size_t lacking = 0; lacking < size; lacking += 1 + random.upto(lacking)) {
                 const words a = random.words(size), b = random.words(size - lacking);
                 expect_product(a, b);
@@ -223,106 +206,32 @@ TEST(Words, AgreeWithProductsOnPaper)
     EXPECT_EQ(word_base({7}, {}), words(1));
 }
 
-// Every number of missing words, and operands that make each sign of the
-// differences of halves.
-TEST(Words, HalveOperandsOfAllLengths)
-{
-    with_each_product([] {
-        test::number_source random{4};
-        for (const std::size_t n : {4U, 8U, 16U, 32U, 64U, 128U, 512U})
-            for (std::size_t round = 0; round < 40; ++round) {
-                const std::size_t most = n / (round % 3 == 0 ? 1 : 8);
-                words a = random.words(n - (round % 4 == 0 ? 0 : random.upto(most)));
-                words b = random.words(n - (round % 5 == 0 ? 0 : random.upto(most)));
-                if (round % 8 == 0) std::copy_n(a.begin(), n / 2,
-                                                a.begin() + std::ptrdiff_t(n) / 2); // no difference
-                EXPECT_EQ(recursive(a, b, n), paper_product(a, b, 2 * n))
-                    << a.size() << ", " << b.size() << " of " << n;
-                if (a.size() == n) {
-                    EXPECT_EQ(square(a, zrc_Sqr_Recursive), paper_product(a, a)) << n;
-                }
-                a = random.words(n + random.upto(n));
-                b = random.words(std::min(2 * n, round % 2 == 0 ? a.size() + 1 : n + random.upto(n)));
-                EXPECT_EQ(recursive(a, b, n, true), paper_product(a, b, 4 * n))
-                    << a.size() << " and " << b.size() << " above " << n;
-            }
-    });
-}
-
-limbs limb_product(const zrc::product_kernel& kernel, const limbs& a, const limbs& b)
-{
-    limbs r(a.size() + b.size() + 1, kGuard);
-    kernel.multiply(r.data(), a.data(), a.size(), b.data(), b.size());
-    EXPECT_EQ(r.back(), kGuard);
-    return r;
-}
-
-limbs limb_square(const zrc::product_kernel& kernel, const limbs& a)
-{
-    limbs r(2 * a.size() + 1, kGuard);
-    kernel.square(r.data(), a.data(), a.size());
-    EXPECT_EQ(r.back(), kGuard);
-    return r;
-}
-
 TEST(ProductKernels, EqualThePortableOne)
 {
-    const auto kernels = test::runnable(zrc::product_kernels);
-    ASSERT_EQ(kernels.back().run, &zrc::kPortableProduct);
+    auto kernels = test::runnable(zrc::product_kernels);
+    std::ranges::reverse(kernels);
+    ASSERT_EQ(kernels.front().run, &zrc::kPortableProduct);
     test::number_source random{5};
-    const auto expect_equal = [&](std::size_t na, std::size_t nb) {
-        const limbs a = random_limbs(random, na), b = random_limbs(random, nb);
-        const limbs product = limb_product(zrc::kPortableProduct, a, b);
-        const limbs square = limb_square(zrc::kPortableProduct, a);
+    const auto expect_equal = [&](const limbs& a, const limbs& b) {
+        std::vector<limbs> expected;
         for (const auto& kernel : kernels) {
-            ASSERT_EQ(limb_product(*kernel.run, a, b), product) << kernel.name << ", " << na << " and " << nb;
-            ASSERT_EQ(limb_square(*kernel.run, a), square) << kernel.name << ", " << na;
+            limbs product(a.size() + b.size() + 1, kGuard), square(2 * a.size() + 1, kGuard), sum = product;
+            kernel.run->multiply(product.data(), a.data(), a.size(), b.data(), b.size());
+            kernel.run->square(square.data(), a.data(), a.size());
+            sum[a.size()] = kernel.run->add_multiple(sum.data(), a.data(), a.size(), b[0]);
+            EXPECT_TRUE(product.back() == kGuard && square.back() == kGuard) << kernel.name;
+            if (expected.empty()) expected = {product, square, sum};
+            ASSERT_EQ((std::vector{product, square, sum}), expected) << kernel.name << a.size() << " " << b.size();
         }
     };
     for (std::size_t na = 1; na <= 70; ++na)
         for (std::size_t nb = 1; nb <= 70; ++nb)
-            expect_equal(na, nb);
+            expect_equal(random_limbs(random, na), random_limbs(random, nb));
     for (const std::size_t na : {71U, 79U, 80U, 96U, 127U, 128U, 129U, 200U})
         for (const std::size_t nb : {1U, 7U, 64U, 81U, 105U, 128U, 130U})
-            expect_equal(na, nb);
-    for (std::size_t n = 1; n <= 128; ++n) { // the longest carries: (B - 1)^2 = (B - 2) B + 1
-        const limbs a(n, zrc::limb(-1));
-        limbs expected(2 * n + 1, zrc::limb(-1));
-        std::fill_n(expected.begin(), n, 0);
-        expected[0] = 1, expected[n] = zrc::limb(-2), expected[2 * n] = kGuard;
-        for (const auto& kernel : kernels) {
-            ASSERT_EQ(limb_square(*kernel.run, a), expected) << kernel.name << ", " << n;
-            ASSERT_EQ(limb_product(*kernel.run, a, a), expected) << kernel.name << ", " << n;
-        }
-    }
-}
-
-TEST(ProductKernels, RowOperationsUndoEachOther)
-{
-    test::number_source random{6};
-    for (std::size_t n = 0; n <= 20; ++n) {
-        const limbs a = random_limbs(random, n), b = random_limbs(random, n);
-        for (const zrc::limb w : {zrc::limb{0}, zrc::limb{1}, zrc::limb(-1), random_limbs(random, 1)[0]}) {
-            limbs r = b, product(n), sum(n);
-            const zrc::limb above = zrc::addmul_1(r.data(), a.data(), n, w);
-            const zrc::limb high = zrc::mul_1(product.data(), a.data(), n, w);
-            EXPECT_EQ(zrc::limb(high + zrc::add_n(sum.data(), b.data(), product.data(), n)), above);
-            EXPECT_EQ(r, sum);
-            for (const auto& kernel : test::runnable(zrc::product_kernels)) {
-                limbs same = b;
-                EXPECT_EQ(kernel.run->add_multiple(same.data(), a.data(), n, w), above) << kernel.name;
-                EXPECT_EQ(same, sum) << kernel.name;
-            }
-            EXPECT_EQ(zrc::submul_1(r.data(), a.data(), n, w), above);
-            EXPECT_EQ(r, b);
-            EXPECT_EQ(zrc::limb(high + zrc::sub_n(sum.data(), sum.data(), product.data(), n)), above);
-            EXPECT_EQ(zrc::subtract_masked(sum.data(), a.data(), 0, n), 0U);
-            EXPECT_EQ(sum, b);
-            EXPECT_EQ(zrc::subtract_masked(sum.data(), a.data(), zrc::limb(-1), n),
-                      zrc::sub_n(r.data(), r.data(), a.data(), n));
-            EXPECT_EQ(sum, r);
-        }
-    }
+            expect_equal(random_limbs(random, na), random_limbs(random, nb));
+    for (std::size_t n = 1; n <= 128; ++n) // the longest carries
+        expect_equal(limbs(n, zrc::limb(-1)), limbs(n, zrc::limb(-1)));
 }
 
 TEST(WordsDeathTest, NegativeCountsOfOneWordProductsAbort)

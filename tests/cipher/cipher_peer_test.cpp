@@ -12,7 +12,6 @@ namespace {
 using test::bytes;
 
 using unit_ptr = test::owned<ZRC_BLOCK_CIPHER_UNIT, ZRC_Free_BLOCK_CIPHER_Unit>;
-using rc4_ptr = test::owned<ZRC_RC4_UNIT, ZRC_Free_RC4_Unit>;
 using cipher_ptr = test::owned<EVP_CIPHER, EVP_CIPHER_free>;
 using context_ptr = test::owned<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
 using provider_ptr = test::owned<OSSL_PROVIDER, OSSL_PROVIDER_unload>;
@@ -51,16 +50,10 @@ bytes theirs(const job& j, const bytes& in)
     return {out.begin(), out.begin() + written + rest};
 }
 
-unit_ptr keyed(const job& j)
-{
-    unit_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
-    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, j.id, j.key.data(), j.iv.data(), j.encrypt), 0U);
-    return unit;
-}
-
 bytes ours(const job& j, const bytes& in, test::repeatable& random)
 {
-    const auto unit = keyed(j);
+    const unit_ptr unit{ZRC_New_BLOCK_CIPHER_Unit()};
+    EXPECT_EQ(ZRC_Init_BLOCK_CIPHER(unit, j.id, j.key.data(), j.iv.data(), j.encrypt), 0U);
     bytes out(in.size() + 16);
     std::int32_t total = 0, written = 0;
     random.pieces(in, 1 + random.upto(in.size() - 1), [&](auto piece) {
@@ -72,37 +65,18 @@ bytes ours(const job& j, const bytes& in, test::repeatable& random)
     return {out.begin(), out.begin() + total + written};
 }
 
-// Whole blocks over themselves, any number of them at a time.
-bytes ours_in_place(const job& j, bytes data, std::size_t block_bytes, test::repeatable& random)
-{
-    const auto unit = keyed(j);
-    for (std::size_t at = 0, size = 0; at < data.size(); at += size) {
-        std::int32_t written = 0;
-        size = (1 + random.upto((data.size() - at) / block_bytes - 1)) * block_bytes;
-        std::uint8_t* const piece = data.data() + at;
-        EXPECT_EQ(ZRC_Update_BLOCK_CIPHER(unit, piece, &written, piece, std::int32_t(size)), 0U);
-        EXPECT_EQ(std::size_t(written), size);
-    }
-    return data;
-}
-
 constexpr std::size_t kLong = test::kSanitized ? 1 << 15 : 1 << 17;
 
 void compare(const peer& p, std::uint32_t mode, const EVP_CIPHER* evp, test::repeatable& random)
 {
     // Streams are decrypted with this flag only.
-    const std::uint32_t id = p.id | mode, whole = id | ZRC_NO_PADDING, back = mode <= ZRC_MODE_CBC ? id : whole;
+    const std::uint32_t id = p.id | mode, back = mode <= ZRC_MODE_CBC ? id : id | ZRC_NO_PADDING;
     for (int i = 0; i <= 60; ++i) {
         const std::size_t size = i < 60 ? 1 + random.upto(2998) : kLong;
         const bytes key = random.data(p.key_bytes), iv = random.data(p.block_bytes), message = random.data(size);
         const bytes sealed = theirs({back, evp, key, iv, true}, message);
         ASSERT_TRUE(ours({id, evp, key, iv, true}, message, random) == sealed) << "encryption of " << size;
         ASSERT_TRUE(ours({back, evp, key, iv, false}, sealed, random) == message) << "decryption of " << size;
-        const bytes blocks = random.data(size + p.block_bytes - size % p.block_bytes);
-        for (const bool encrypt : {true, false}) {
-            const job in_place{whole, evp, key, iv, encrypt};
-            ASSERT_TRUE(ours_in_place(in_place, blocks, p.block_bytes, random) == theirs(in_place, blocks)) << encrypt;
-        }
     }
 }
 
@@ -122,27 +96,6 @@ TEST(CipherPeer, BlockCiphers)
         }
     }
     EXPECT_GE(compared, 15) << "AES is in every OpenSSL";
-}
-
-TEST(CipherPeer, Rc4)
-{
-    const provider_ptr legacy{OSSL_PROVIDER_try_load(nullptr, "legacy", 1)};
-    const cipher_ptr evp{EVP_CIPHER_fetch(nullptr, "rc4", nullptr)};
-    if (!evp) GTEST_SKIP() << "this OpenSSL has no RC4";
-    test::repeatable random{62};
-    const rc4_ptr unit{ZRC_New_RC4_Unit()};
-    for (int i = 0; i <= 60; ++i) {
-        const bytes key = random.data(1 + random.upto(63));
-        const bytes message = random.data(i < 60 ? 1 + random.upto(2998) : kLong);
-        bytes data = message;
-        ASSERT_EQ(ZRC_Init_RC4(unit, key.data(), std::int32_t(key.size())), 0U);
-        random.pieces(message, message.size(), [&, at = data.data()](auto piece) mutable {
-            const std::uint8_t* const in = i % 2 == 0 ? at : piece.data(); // in place, too
-            EXPECT_EQ(ZRC_Do_RC4(unit, in, std::uint32_t(piece.size()), at), 0U);
-            at += piece.size();
-        });
-        ASSERT_TRUE(data == theirs({ZRC_NO_PADDING, evp, key, bytes(16), true}, message)) << key.size();
-    }
 }
 
 } // namespace

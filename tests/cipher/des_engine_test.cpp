@@ -10,26 +10,27 @@ using test::bytes;
 constexpr std::uint16_t kEncryption = 1;
 constexpr std::uint16_t kDecryption = 0;
 
+// The exported functions with one direction.
+auto des_init(std::uint16_t direction)
+{
+    return [direction](const std::uint8_t* key, std::uint32_t, ZRC_DES_KEY* schedule) {
+        return zrc_Init_Encrypt_DES_Key(key, schedule, direction);
+    };
+}
+auto ede_init(std::uint16_t direction)
+{
+    return [direction](const std::uint8_t* key, std::uint32_t length, ZRC_DES_EDE_KEY* schedule) {
+        return zrc_Init_Encrypt_DES_EDE_KEY(key, length, schedule, direction);
+    };
+}
+
 ZRC_DES_KEY des_key(const bytes& key, std::uint16_t direction)
 {
-    auto schedule = test::filled<ZRC_DES_KEY>(0xA5);
-    EXPECT_EQ(zrc_Init_Encrypt_DES_Key(key.data(), &schedule, direction), 0U);
-    return schedule;
+    return test::schedule_for<ZRC_DES_KEY>(des_init(direction), key);
 }
-
 ZRC_DES_EDE_KEY ede_key(const bytes& key, std::uint16_t direction)
 {
-    auto schedule = test::filled<ZRC_DES_EDE_KEY>(0xA5);
-    EXPECT_EQ(zrc_Init_Encrypt_DES_EDE_KEY(key.data(), std::uint32_t(key.size()), &schedule, direction), 0U);
-    return schedule;
-}
-
-bytes parts(std::initializer_list<bytes> keys)
-{
-    bytes whole;
-    for (const bytes& key : keys)
-        whole.insert(whole.end(), key.begin(), key.end());
-    return whole;
+    return test::schedule_for<ZRC_DES_EDE_KEY>(ede_init(direction), key);
 }
 
 TEST(DesEngine, RoundKeysAreThoseOfTheStandard)
@@ -59,22 +60,22 @@ TEST(DesEngine, RoundKeysAreThoseOfTheStandard)
 
 TEST(DesEngine, TransformsThePublishedBlocks)
 {
+    const auto expect_ede = [](const bytes& key, const test::stanza& vector) {
+        test::expect_vector(DES_EDE_encrypt_block, ede_key(key, kEncryption), DES_EDE_encrypt_block,
+                            ede_key(key, kDecryption), vector);
+    };
     for (const test::stanza& vector : test::read_vectors("des.txt", "DES ECB")) {
-        const bytes &key = vector["key"], &plain = vector["plaintext"], &coded = vector["ciphertext"];
-        test::expect_blocks(zrc_DES_Encrypt_Block, des_key(key, kEncryption), plain, coded, vector.place);
-        test::expect_blocks(zrc_DES_Encrypt_Block, des_key(key, kDecryption), coded, plain, vector.place);
-        // K1 = K2 = K3 is single DES.
-        const bytes thrice = parts({key, key, key});
-        test::expect_blocks(DES_EDE_encrypt_block, ede_key(thrice, kEncryption), plain, coded, vector.place);
-        test::expect_blocks(DES_EDE_encrypt_block, ede_key(thrice, kDecryption), coded, plain, vector.place);
+        const bytes& key = vector["key"];
+        test::expect_vector(zrc_DES_Encrypt_Block, des_key(key, kEncryption), zrc_DES_Encrypt_Block,
+                            des_key(key, kDecryption), vector);
+        bytes thrice = key; // K1 = K2 = K3 is single DES
+        thrice.insert(thrice.end(), key.begin(), key.end());
+        thrice.insert(thrice.end(), key.begin(), key.end());
+        expect_ede(thrice, vector);
     }
-    for (const char* section : {"DES-EDE2 ECB", "DES-EDE3 ECB"}) {
-        for (const test::stanza& vector : test::read_vectors("des.txt", section)) {
-            const bytes &key = vector["key"], &plain = vector["plaintext"], &coded = vector["ciphertext"];
-            test::expect_blocks(DES_EDE_encrypt_block, ede_key(key, kEncryption), plain, coded, vector.place);
-            test::expect_blocks(DES_EDE_encrypt_block, ede_key(key, kDecryption), coded, plain, vector.place);
-        }
-    }
+    for (const char* section : {"DES-EDE2 ECB", "DES-EDE3 ECB"})
+        for (const test::stanza& vector : test::read_vectors("des.txt", section))
+            expect_ede(vector["key"], vector);
 }
 
 TEST(DesEngine, WeakKeysAreAccepted)
@@ -95,28 +96,13 @@ TEST(DesEngine, WeakKeysAreAccepted)
 
 TEST(DesEngine, BadArgumentsLeaveTheScheduleAlone)
 {
-    constexpr std::uint32_t kBadDes = 0x0801002B, kBadEde = 0x0807002B;
-    const bytes key(32, 0x5C);
-    const auto des_before = test::filled<ZRC_DES_KEY>(0xA5);
-    const auto ede_before = test::filled<ZRC_DES_EDE_KEY>(0xA5);
-    auto des = des_before;
-    auto ede = ede_before;
-
-    EXPECT_EQ(zrc_Init_Encrypt_DES_Key(nullptr, &des, kEncryption), kBadDes);
-    EXPECT_EQ(zrc_Init_Encrypt_DES_Key(key.data(), nullptr, kEncryption), kBadDes);
-
-    for (const std::uint32_t length : {0U, 8U, 15U, 17U, 23U, 25U, 32U})
-        for (std::uint16_t direction = 0; direction <= 2; ++direction)
-            EXPECT_EQ(zrc_Init_Encrypt_DES_EDE_KEY(key.data(), length, &ede, direction), kBadEde) << length;
-    EXPECT_EQ(zrc_Init_Encrypt_DES_EDE_KEY(nullptr, 24, &ede, kEncryption), kBadEde);
-    EXPECT_EQ(zrc_Init_Encrypt_DES_EDE_KEY(key.data(), 24, nullptr, kEncryption), kBadEde);
-    for (const std::uint32_t direction : {2U, 0x100U, 0xFFFFU}) {
-        EXPECT_EQ(zrc_Init_Encrypt_DES_Key(key.data(), &des, std::uint16_t(direction)), 0U);
-        EXPECT_EQ(zrc_Init_Encrypt_DES_EDE_KEY(key.data(), 24, &ede, std::uint16_t(direction)), 0U);
+    test::expect_refusals<ZRC_DES_KEY>(des_init(kEncryption), 0x0801002B, {});
+    for (std::uint16_t direction = 0; direction <= 2; ++direction)
+        test::expect_refusals<ZRC_DES_EDE_KEY>(ede_init(direction), 0x0807002B, {0, 8, 15, 17, 23, 25, 32});
+    for (const std::uint16_t direction : {std::uint16_t{2}, std::uint16_t{0xFFFF}}) { // build nothing
+        EXPECT_TRUE(test::same(des_key(bytes(8, 1), direction), test::filled<ZRC_DES_KEY>(0xA5)));
+        EXPECT_TRUE(test::same(ede_key(bytes(24, 1), direction), test::filled<ZRC_DES_EDE_KEY>(0xA5)));
     }
-    EXPECT_TRUE(test::same(des, des_before)) << "another direction builds nothing";
-    EXPECT_TRUE(test::same(ede, ede_before));
-
     zrc_DES_Encrypt_Block(nullptr, nullptr, nullptr);
     DES_EDE_encrypt_block(nullptr, nullptr, nullptr);
 }

@@ -53,6 +53,38 @@ void expect_blocks(transform_fn<Key> transform, const Key& key, const bytes& fro
     EXPECT_EQ(hex(in_place), hex(to)) << place;
 }
 
+// Both exported functions do the vector, whose keys these are.
+template <class Key>
+void expect_vector(transform_fn<Key> encrypt, const Key& encryption, transform_fn<Key> decrypt, const Key& decryption,
+                   const stanza& vector, std::size_t block = 8)
+{
+    expect_blocks(encrypt, encryption, vector["plaintext"], vector["ciphertext"], vector.place, block);
+    expect_blocks(decrypt, decryption, vector["ciphertext"], vector["plaintext"], vector.place, block);
+}
+
+// The schedule that `init` makes of a key, over something else.
+template <class Key>
+Key schedule_for(auto init, const bytes& key, std::uint8_t before = 0xA5)
+{
+    auto schedule = filled<Key>(before);
+    EXPECT_EQ(init(key.data(), std::uint32_t(key.size()), &schedule), 0U);
+    return schedule;
+}
+
+// `init` refuses no key, no schedule, and keys of these lengths; the schedule stays as it was.
+template <class Key>
+void expect_refusals(auto init, std::uint32_t code, std::initializer_list<std::uint32_t> lengths)
+{
+    const bytes key(256, 0x5C);
+    const auto before = filled<Key>(0xA5);
+    auto schedule = before;
+    EXPECT_EQ(init(nullptr, 16, &schedule), code);
+    EXPECT_EQ(init(key.data(), 16, nullptr), code);
+    for (const std::uint32_t length : lengths)
+        EXPECT_EQ(init(key.data(), length, &schedule), code) << length;
+    EXPECT_TRUE(same(schedule, before));
+}
+
 // Neither function, nor any kernel in any mode, does anything with this schedule for blocks of 16 bytes.
 template <class Key>
 void expect_nothing_done(const zrc::kernel_choice<zrc::blocks_fn<Key>>& kernels, transform_fn<Key> encrypt,

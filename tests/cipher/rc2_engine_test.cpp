@@ -24,30 +24,23 @@ TEST(Rc2Engine, ExpandsKeysAndTransformsBlocksAsPublished)
     }
     for (const test::stanza& vector : test::read_vectors("rc2.txt", "RC2 ECB")) {
         const ZRC_RC2_KEY schedule = keyed(vector);
-        test::expect_blocks(zrc_RC2_Encrypt_Block, schedule, vector["plaintext"], vector["ciphertext"], vector.place);
-        test::expect_blocks(zrc_RC2_Decrypt_Block, schedule, vector["ciphertext"], vector["plaintext"], vector.place);
+        test::expect_vector(zrc_RC2_Encrypt_Block, schedule, zrc_RC2_Decrypt_Block, schedule, vector);
     }
 }
 
 TEST(Rc2Engine, BadArgumentsLeaveTheScheduleAlone)
 {
-    constexpr std::uint32_t kBad = 0x1500002B;
-    const bytes key(129, 0x5C);
-    const auto before = test::filled<ZRC_RC2_KEY>(0xA5);
-    auto schedule = before;
-
-    EXPECT_EQ(zrc_Init_Encrypt_RC2_Key(nullptr, 16, 128, &schedule), kBad);
-    EXPECT_EQ(zrc_Init_Encrypt_RC2_Key(key.data(), 16, 128, nullptr), kBad);
-    for (const std::uint32_t length : {0U, 129U, UINT32_MAX})
-        EXPECT_EQ(zrc_Init_Encrypt_RC2_Key(key.data(), length, 128, &schedule), kBad) << length;
+    const auto with_bits = [](std::uint32_t bits) {
+        return [bits](const std::uint8_t* key, std::uint32_t length, ZRC_RC2_KEY* schedule) {
+            return zrc_Init_Encrypt_RC2_Key(key, length, bits, schedule);
+        };
+    };
+    test::expect_refusals<ZRC_RC2_KEY>(with_bits(128), 0x1500002B, {0, 129, UINT32_MAX});
     for (const std::uint32_t bits : {0U, 1025U, UINT32_MAX})
-        EXPECT_EQ(zrc_Init_Encrypt_RC2_Key(key.data(), 16, bits, &schedule), kBad) << bits;
-    EXPECT_TRUE(test::same(schedule, before));
-
-    // The ends of both ranges, each with each.
-    for (const std::uint32_t length : {1U, 128U})
-        for (const std::uint32_t bits : {1U, 8U, 1024U})
-            EXPECT_EQ(zrc_Init_Encrypt_RC2_Key(key.data(), length, bits, &schedule), 0U) << length << " " << bits;
+        test::expect_refusals<ZRC_RC2_KEY>(with_bits(bits), 0x1500002B, {1, 16, 128});
+    for (const std::uint32_t bits : {1U, 8U, 1024U}) // the ends of both ranges, each with each
+        for (const std::size_t length : {1U, 128U})
+            test::schedule_for<ZRC_RC2_KEY>(with_bits(bits), bytes(length, 0x5C));
 
     zrc_RC2_Encrypt_Block(nullptr, nullptr, nullptr);
     zrc_RC2_Decrypt_Block(nullptr, nullptr, nullptr);

@@ -17,9 +17,7 @@ ZRC_SEED_KEY schedule_of(const test::bytes& key)
 void expect_block(const test::stanza& vector)
 {
     const ZRC_SEED_KEY schedule = schedule_of(vector["key"]);
-    const test::bytes &plain = vector["plaintext"], &cipher = vector["ciphertext"];
-    test::expect_blocks(zrc_SEED_Encrypt_Block, schedule, plain, cipher, vector.place, 16);
-    test::expect_blocks(zrc_SEED_Decrypt_Block, schedule, cipher, plain, vector.place, 16);
+    test::expect_vector(zrc_SEED_Encrypt_Block, schedule, zrc_SEED_Decrypt_Block, schedule, vector, 16);
 }
 
 TEST(SeedEngine, ComputesThePublishedTables)

@@ -1,6 +1,8 @@
-// Curves and points through the public interface.
+// Curves and points through the public interface; inverses in their fields.
+#include "pubkey/field.hpp"
 #include "tests/pubkey/ecc_fixture.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <vector>
@@ -80,6 +82,65 @@ TEST(Ecc, AddsPoints)
         EXPECT_TRUE(test::equal(sum(curve, multiple(curve, test::of_bytes(values["u1"]), curve->G),
                                     multiple(curve, test::of_bytes(values["u2"]), q.get())),
                                 test::point(values, "x", "y")));
+    }
+}
+
+// 5 (k G) = k (5 G): multiples of G come from tables of their own.
+TEST(Ecc, MultipliesTheBasePointByScalarsAtTheEdges)
+{
+    for (const ecc_curve& curve : test::known_curves()) {
+        const ecc_point fivefold = multiple(curve.get(), of({5}), curve->G);
+        const auto check = [&](const bigint& k) {
+            const ecc_point a = multiple(curve.get(), k, curve->G), b = multiple(curve.get(), k, fivefold.get());
+            EXPECT_TRUE(test::equal(multiple(curve.get(), of({5}), a.get()), b)) << k->data[0] << ' ' << k->length;
+        };
+        const bigint k{ZRC_Dup_BIGINT(curve->n)};
+        for (k->data[0] -= 3; k->data[0] != curve->n->data[0] + 3; ++k->data[0])
+            check(k);
+        for (std::int32_t i = 0; i < 32 * curve->n->length; i += 21) {
+            const bigint power = of({1});
+            ASSERT_EQ(zrc_Left_Shift_BIGINT(power.get(), power.get(), i), 0U);
+            check(power);
+            check(of(test::word_list(std::size_t(i / 32 + 1), 0xFFFFFFFF)));
+        }
+    }
+}
+
+// Of numbers with one run of ones; 0 and m - 1 are among them.
+template <std::size_t Bits>
+void invert_runs_of_ones(const ZRC_BIGINT& m)
+{
+    constexpr std::size_t kLimbs = (Bits + zrc::kLimbBits - 1) / zrc::kLimbBits;
+    zrc::limb plain[kLimbs] = {};
+    zrc::load_limbs(plain, m.data, std::size_t(m.length));
+    zrc::prime_field<kLimbs> field;
+    field.set_modulus(plain);
+    zrc::field_element<kLimbs> a, inverse;
+    for (std::size_t low = 0; low < Bits; low += 29) {
+        for (std::size_t high = low; high <= Bits; high += 31) {
+            zrc::limb number[kLimbs] = {};
+            for (std::size_t i = low; i < high; ++i)
+                number[i / zrc::kLimbBits] |= zrc::limb{1} << (i % zrc::kLimbBits);
+            field.enter(a, number);
+            if (low == high && low != 0) field.negate(a, field.one());
+            field.inverse(inverse, a);
+            field.mul(inverse, inverse, a);
+            EXPECT_NE(field.equal(inverse, field.is_zero(a) != 0 ? a : field.one()), 0U) << low << ' ' << high;
+        }
+    }
+}
+
+TEST(Ecc, InvertsInFields)
+{
+    invert_runs_of_ones<256>(*test::known_curves()[test::kP256]->n);
+    invert_runs_of_ones<521>(*test::known_curves()[4]->p);
+    invert_runs_of_ones<1024>(*of({17}));
+    const zrc::limb modulus[4] = {15}; // some numbers have none
+    zrc::prime_field<4> field;
+    field.set_modulus(modulus);
+    for (zrc::limb i = 0; i < 15; ++i) {
+        zrc::field_element<4> inverse;
+        EXPECT_EQ(field.plain_inverse(inverse, {{i}}) != 0, i % 3 != 0 && i % 5 != 0) << i;
     }
 }
 

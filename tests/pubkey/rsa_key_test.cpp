@@ -1,19 +1,9 @@
 // The RSA unit: loading, the rules of key_flags, generation; every code but those of missing memory and proven mode.
 #include "tests/pubkey/rsa_unit.hpp"
 
-#include <algorithm>
-#include <iterator>
-#include <utility>
-
 namespace {
 
-using test::bigint;
-using test::load_rsa;
-using test::of;
-using test::rsa_key;
-using test::rsa_part;
-using test::rsa_unit;
-using test::words_of;
+using namespace test;
 
 const rsa_key& key()
 {
@@ -23,10 +13,8 @@ const rsa_key& key()
 
 bool is_clean(const ZRC_RSA_UNIT& unit)
 {
-    bool clean = !unit.blinding && !unit.unblinding && !unit.digest;
-    for (const rsa_part part : test::kRsaParts)
-        clean = clean && !(unit.*part);
-    return clean;
+    const bool has_part = std::ranges::any_of(kRsaParts, [&](rsa_part part) { return unit.*part != nullptr; });
+    return !has_part && !unit.blinding && !unit.unblinding && !unit.digest;
 }
 
 // Flags that stand alone, of CRT values, d or e, are taken away. Four CRT values are none. 0x1F comes from generation.
@@ -48,8 +36,8 @@ TEST(RsaKey, FlagsOfAnEarlierKeySurviveByTheRule)
         EXPECT_EQ(key().load(unit, c.parts), !has_n ? 0x1801002BU : c.after >= 4 && !has_pair ? 0x18010059U : 0U);
         EXPECT_EQ(unit->key_flags, c.after); // and the values stay without a pair
         const std::string_view parts{has_n ? c.parts : ""};
-        for (std::size_t i = 0; i < std::size(test::kRsaParts); ++i)
-            EXPECT_EQ((*unit).*test::kRsaParts[i] != nullptr, parts.find("nedccccc"[i]) != parts.npos) << i;
+        for (std::size_t i = 0; i < std::size(kRsaParts); ++i)
+            EXPECT_EQ((*unit).*kRsaParts[i] != nullptr, parts.find("nedccccc"[i]) != parts.npos) << i;
         EXPECT_EQ(unit->blinding && unit->unblinding, has_pair);
         EXPECT_EQ(unit->blinding || unit->unblinding, has_pair);
     }
@@ -61,32 +49,29 @@ TEST(RsaKey, PublicValuesAddTheirFlags)
         const rsa_unit unit = key().unit("nedc");
         unit->key_flags = flags;
         unit->operation = 1;
-        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit.get(), key().n.get(), key().e.get()), 0U);
+        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit, key().n, key().e), 0U);
         EXPECT_EQ(unit->key_flags, flags | 3);
-        EXPECT_EQ(words_of(*unit->n), words_of(key().n));
-        EXPECT_EQ(words_of(*unit->e), words_of(key().e));
+        EXPECT_TRUE(words_of(*unit->n) == words_of(key().n) && words_of(*unit->e) == words_of(key().e));
         EXPECT_TRUE(!unit->d && !unit->p && !unit->blinding && unit->operation == 0);
         unit->operation = 1;
-        EXPECT_EQ(test::with_each_bad(ZRC_Set_RSA_Public_Params, unit.get(), key().n.get(), key().e.get()),
-                  (std::vector{0x18020049U, 0x1802002BU, 0x1802002BU}));
+        EXPECT_EQ(with_each_bad(ZRC_Set_RSA_Public_Params, unit, key().n, key().e),
+                  (codes{0x18020049, 0x1802002B, 0x1802002B}));
         EXPECT_TRUE(is_clean(*unit) && unit->operation == 0 && unit->key_flags == (flags | 3));
     }
 }
 
 TEST(RsaKey, NumbersAreCopiedWithoutZeroWordsEvenFromTheUnitItself)
 {
-    const rsa_unit unit{ZRC_New_RSA()};
-    test::word_list n = words_of(key().n), e = words_of(key().e);
+    const rsa_unit unit{ZRC_New_RSA()}, own = key().unit("nedc");
+    word_list n = words_of(key().n), e = words_of(key().e);
     n.push_back(0);
     e.insert(e.end(), 3, 0);
-    ASSERT_EQ(load_rsa(unit.get(), of(n), of(e), of(n)), 0U);
-    EXPECT_EQ(words_of(*unit->n), words_of(key().n));
-    EXPECT_EQ(words_of(*unit->e), words_of(key().e));
+    ASSERT_EQ(load_rsa(unit, of(n), of(e), of(n)), 0U);
+    EXPECT_TRUE(words_of(*unit->n) == words_of(key().n) && words_of(*unit->e) == words_of(key().e));
 
-    const rsa_unit own = key().unit("nedc");
-    ASSERT_EQ(ZRC_Set_RSA_Params(own.get(), own->n, own->e, own->d, own->p, own->q, own->dP, own->dQ, own->qInv), 0U);
+    ASSERT_EQ(ZRC_Set_RSA_Params(own, own->n, own->e, own->d, own->p, own->q, own->dP, own->dQ, own->qInv), 0U);
     EXPECT_EQ(words_of(*own->qInv), words_of(key().qinv));
-    ASSERT_EQ(ZRC_Set_RSA_Public_Params(own.get(), own->n, own->e), 0U);
+    ASSERT_EQ(ZRC_Set_RSA_Public_Params(own, own->n, own->e), 0U);
     EXPECT_EQ(words_of(*own->n), words_of(key().n));
 }
 
@@ -96,17 +81,17 @@ TEST(RsaKey, TheBlindingPairIsOnePairOfAFactorNotBelowTheModulus)
     const rsa_unit unit{ZRC_New_RSA()};
     const bigint n{ZRC_New_BIGINT()}, distance{ZRC_New_BIGINT()}, r{ZRC_New_BIGINT()}, e = of({3});
     do
-        ASSERT_EQ(ZRC_Generate_BIGINT_Prime_Ex(n.get(), 64, unit->pool), 0U);
+        ASSERT_EQ(ZRC_Generate_BIGINT_Prime_Ex(n, 64, unit->pool), 0U);
     while (n->data[1] < 0xE0000000);
-    ASSERT_EQ(ZRC_Sub_BIGINT(distance.get(), of({0, 0, 1}).get(), n.get()), 0U);
-    test::word_list before;
+    ASSERT_EQ(ZRC_Sub_BIGINT(distance, of({0, 0, 1}), n), 0U);
+    word_list before;
     for (int i = 0; i < 20; ++i) {
-        ASSERT_EQ(load_rsa(unit.get(), n, e, e), 0U);
+        ASSERT_EQ(load_rsa(unit, n, e, e), 0U);
         EXPECT_NE(std::exchange(before, words_of(*unit->blinding)), words_of(*unit->blinding))
             << "each key has its own";
-        ASSERT_EQ(ZRC_Mod_Inverse_BIGINT(r.get(), unit->unblinding, n.get(), unit->pool), 0U);
-        EXPECT_EQ(ZRC_Cmp_BIGINT(r.get(), distance.get()), -1);
-        ASSERT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r.get(), r.get(), e.get(), n.get(), unit->pool), 0U);
+        ASSERT_EQ(ZRC_Mod_Inverse_BIGINT(r, unit->unblinding, n, unit->pool), 0U);
+        EXPECT_EQ(ZRC_Cmp_BIGINT(r, distance), -1);
+        ASSERT_EQ(ZRC_Mod_Exp_Mont_BIGINT(r, r, e, n, unit->pool), 0U);
         EXPECT_EQ(words_of(r), words_of(*unit->blinding));
     }
 }
@@ -114,9 +99,9 @@ TEST(RsaKey, TheBlindingPairIsOnePairOfAFactorNotBelowTheModulus)
 // Even moduli have none; moduli of ones only would be drawn for without end; those below 2 leave nothing to draw.
 TEST(RsaKey, ModuliWithoutABlindingPairAreRefused)
 {
-    for (const test::word_list& words : {test::word_list{0, 5}, {0xFFFFFFFF, 0xFF}, {1}, {0}, {}, {2}}) {
+    for (const word_list& words : {word_list{0, 5}, {0xFFFFFFFF, 0xFF}, {1}, {0}, {}, {2}}) {
         const rsa_unit unit{ZRC_New_RSA()};
-        EXPECT_EQ(load_rsa(unit.get(), of(words), of({3}), of({3})), 0x18010059U);
+        EXPECT_EQ(load_rsa(unit, of(words), of({3}), of({3})), 0x18010059U);
         EXPECT_EQ(unit->key_flags, 7);
         EXPECT_TRUE(unit->n && unit->d && !unit->blinding && !unit->unblinding);
     }
@@ -125,44 +110,41 @@ TEST(RsaKey, ModuliWithoutABlindingPairAreRefused)
 TEST(RsaKey, CleanKeepsWhatIsNotTheKeyAndDupCopiesIt)
 {
     const rsa_unit unit = key().unit("nedc");
-    ASSERT_EQ(ZRC_Init_RSAES(unit.get(), ZRC_RSAES_OAEP_V21, 1, ZRC_SHA256), 0U);
-    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit.get(), 32), 0U);
+    ASSERT_EQ(ZRC_Init_RSAES(unit, ZRC_RSAES_OAEP_V21, 1, ZRC_SHA256), 0U);
+    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit, 32), 0U);
     unit->use_crt = 7;
-    const rsa_unit copy{ZRC_Dup_RSA(unit.get())};
+    const rsa_unit copy{ZRC_Dup_RSA(unit)};
     EXPECT_TRUE(!copy->digest && !copy->blinding && !copy->unblinding && copy->pool && copy->pool != unit->pool);
-    for (const rsa_part part : test::kRsaParts) {
+    for (const rsa_part part : kRsaParts) {
         EXPECT_NE((*copy).*part, (*unit).*part);
         EXPECT_EQ(words_of(*((*copy).*part)), words_of(*((*unit).*part)));
     }
     ZRC_BIGINT_POOL* const pool = unit->pool;
-    EXPECT_EQ(ZRC_Clean_RSA(unit.get()), 0U);
+    EXPECT_EQ(ZRC_Clean_RSA(unit), 0U);
     EXPECT_TRUE(is_clean(*unit) && unit->pool == pool);
     for (const ZRC_RSA_UNIT* one : {unit.get(), copy.get()}) {
-        EXPECT_EQ(one->mode, 0x05000310U);
-        EXPECT_EQ(one->key_flags, 0x0F);
-        EXPECT_EQ(one->operation, 1U);
-        EXPECT_EQ(one->use_crt, 7U);
+        EXPECT_TRUE(one->mode == 0x05000310 && one->key_flags == 0x0F && one->operation == 1 && one->use_crt == 7);
         EXPECT_EQ(one->pss_salt_length, one == copy.get() ? 0 : 32);
     }
-    EXPECT_EQ(ZRC_Clean_RSA(unit.get()), 0U);
-    EXPECT_TRUE(is_clean(*rsa_unit{ZRC_Dup_RSA(unit.get())}));
+    EXPECT_EQ(ZRC_Clean_RSA(unit), 0U);
+    EXPECT_TRUE(is_clean(*rsa_unit{ZRC_Dup_RSA(unit)}));
 }
 
 TEST(RsaKey, NullsAndLengths)
 {
-    ZRC_BIGINT* const n = key().n.get();
+    const bigint& n = key().n;
+    const rsa_unit unit{ZRC_New_RSA()};
     EXPECT_EQ(ZRC_Clean_RSA(nullptr) | ZRC_Free_RSA(nullptr) | ZRC_Get_RSA_Length(nullptr), 0U);
     EXPECT_EQ(ZRC_Dup_RSA(nullptr), nullptr);
-    EXPECT_EQ(ZRC_Set_RSA_Params(nullptr, n, n, n, n, n, n, n, n), 0x18010049U);
-    const rsa_unit unit{ZRC_New_RSA()};
+    EXPECT_EQ(load_rsa(nullptr, n, n, n), 0x18010049U);
     EXPECT_TRUE(is_clean(*unit) && unit->pool && unit->use_crt == 1);
-    EXPECT_EQ(unit->mode | unit->operation | std::uint32_t(unit->key_flags) | ZRC_Get_RSA_Length(unit.get()), 0U);
-    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit.get(), 20), 0U);
-    EXPECT_EQ(test::with_each_bad(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length, unit.get(), 0), (std::vector{1U, 1U}));
+    EXPECT_EQ(unit->mode | unit->operation | std::uint32_t(unit->key_flags) | ZRC_Get_RSA_Length(unit), 0U);
+    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit, 20), 0U);
+    EXPECT_EQ(with_each_bad(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length, unit, 0), codes(2, 1));
     EXPECT_EQ(unit->pss_salt_length, 20);
-    for (const auto& [words, length] : {std::pair{test::word_list{0, 1}, 5U}, {{0xFF}, 1U}, {{0x100}, 2U}}) {
-        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit.get(), of(words).get(), n), 0U);
-        EXPECT_EQ(ZRC_Get_RSA_Length(unit.get()), length);
+    for (const auto& [words, length] : {std::pair{word_list{0, 1}, 5U}, {{0xFF}, 1U}, {{0x100}, 2U}}) {
+        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit, of(words), n), 0U);
+        EXPECT_EQ(ZRC_Get_RSA_Length(unit), length);
     }
 }
 
@@ -180,25 +162,24 @@ TEST(RsaGeneration, RefusesWithItsCodes)
     for (const auto& generator : kGenerators) {
         const rsa_unit unit{ZRC_New_RSA()};
         const std::uint32_t invalid = generator.code | ZRC_ERR_INVALID_INPUT;
-        EXPECT_EQ(test::with_each_bad(generator.run, unit.get(), e.get(), 1024, 1), std::vector(4, invalid));
+        EXPECT_EQ(with_each_bad(generator.run, unit, e, 1024, 1), codes(4, invalid));
         for (const auto& [bits, version] : {std::pair{7, 1}, {1024, 0}, {1024, 3}})
-            EXPECT_EQ(generator.run(unit.get(), e.get(), bits, version), invalid) << bits << ' ' << version;
+            EXPECT_EQ(generator.run(unit, e, bits, version), invalid) << bits << ' ' << version;
         EXPECT_TRUE(is_clean(*unit));
         for (const std::uint32_t wrong : {0U, 1U, 2U, 9U, 65536U})
-            EXPECT_EQ(generator.run(unit.get(), of({wrong}).get(), 1024, 1), generator.code | ZRC_ERR_IS_BIGINT_PRIME);
+            EXPECT_EQ(generator.run(unit, of({wrong}), 1024, 1), generator.code | ZRC_ERR_IS_BIGINT_PRIME);
         EXPECT_EQ(unit->key_flags, 0);
-        EXPECT_EQ(generator.run(unit.get(), e.get(), 0x7FFFFFFF, 1), 0x041E004DU) << "as the search for primes says";
+        EXPECT_EQ(generator.run(unit, e, 0x7FFFFFFF, 1), 0x041E004DU) << "as the search for primes says";
         ZRC_BIGINT_POOL* const pool = std::exchange(unit->pool, nullptr);
-        EXPECT_EQ(generator.run(unit.get(), e.get(), 1024, 1), generator.code | ZRC_ERR_GET_BIGINT_POOL_FAIL);
+        EXPECT_EQ(generator.run(unit, e, 1024, 1), generator.code | ZRC_ERR_GET_BIGINT_POOL_FAIL);
         unit->pool = pool;
 
         // The only primes of four bits are 11 and 13, and 12 has a divisor in common with 3: p is 11, and q is drawn
         // three times in vain.
-        EXPECT_EQ(generator.run(unit.get(), of({3}).get(), 8, 1), 0U);
-        EXPECT_EQ(unit->key_flags, 0);
-        EXPECT_EQ(words_of(*unit->p), test::word_list{11});
-        EXPECT_EQ(words_of(*unit->q), test::word_list{11});
-        EXPECT_TRUE(unit->d->length == 0 && !unit->blinding);
+        EXPECT_EQ(generator.run(unit, of({3}), 8, 1), 0U);
+        EXPECT_EQ(words_of(*unit->p), word_list{11});
+        EXPECT_EQ(words_of(*unit->q), word_list{11});
+        EXPECT_TRUE(unit->key_flags == 0 && unit->d->length == 0 && !unit->blinding);
     }
 }
 
@@ -207,25 +188,25 @@ TEST(RsaGeneration, GivesPrimesOfTheirSizesAndAUnitThatHasDecrypted)
 {
     for (const auto& generator : kGenerators) {
         const rsa_unit unit = key().unit("nedc");
+        EXPECT_EQ(generator.run(unit, of({9}), 64, 1), generator.code | ZRC_ERR_IS_BIGINT_PRIME);
+        EXPECT_FALSE(unit->blinding) << "it was of the key before";
         for (const std::int32_t bits : {64, 101, generator.least_bits, 600, 1025}) {
             SCOPED_TRACE(bits);
             unit->key_flags = 0;
-            ASSERT_TRUE(zrc_Expand_BIGINT(unit->e, 3));
-            std::copy_n(std::data({65537U, 0U, 0U}), 3, unit->e->data);
+            ASSERT_EQ(ZRC_Copy_BIGINT(unit->e, of({65537, 0, 0})), 0U);
             unit->e->length = 3;
-            const std::uint32_t code = generator.run(unit.get(), unit->e, bits, 1 + bits % 2);
+            const std::uint32_t code = generator.run(unit, unit->e, bits, 1 + bits % 2);
             const bool fits = std::int32_t(ZRC_Get_BIGINT_Bits_Length(unit->n)) >= generator.least_bits;
             EXPECT_EQ(code, fits ? 0 : generator.code | ZRC_ERR_KEY_GEN_FAIL);
             EXPECT_EQ(unit->key_flags, 0x1F);
             EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(unit->p), std::uint32_t(bits + 1) / 2);
             EXPECT_EQ(ZRC_Get_BIGINT_Bits_Length(unit->q), std::uint32_t(bits) / 2);
             EXPECT_EQ(ZRC_Cmp_BIGINT(unit->p, unit->q), 1);
-            EXPECT_EQ(words_of(*unit->e), test::word_list{65537});
+            EXPECT_EQ(words_of(*unit->e), word_list{65537});
             EXPECT_EQ(unit->mode, ZRC_RSAES_OAEP_V20 ^ generator.digest_id);
             EXPECT_EQ(unit->operation, fits ? 1U : 0U);
-            EXPECT_EQ(test::rsa_decrypt(unit, ZRC_RSAES_NO_PADDING, 1,
-                                        test::rsa_encrypt(unit, ZRC_RSAES_NO_PADDING, 0, {77, 7}).output),
-                      (test::rsa_answer{0, {77, 7}}));
+            const rsa_answer sent = rsa_encrypt(unit, ZRC_RSAES_NO_PADDING, 0, {77, 7});
+            EXPECT_EQ(rsa_decrypt(unit, ZRC_RSAES_NO_PADDING, 1, sent.output), (rsa_answer{0, {77, 7}}));
         }
     }
 }

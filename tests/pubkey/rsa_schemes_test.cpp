@@ -4,27 +4,10 @@
 
 namespace {
 
-using test::bytes;
-using test::of;
-using test::pss_salt;
-using test::rsa_answer;
-using test::rsa_decrypt;
-using test::rsa_encrypt;
-using test::rsa_key;
-using test::rsa_sign;
-using test::rsa_unit;
-using test::rsa_verify;
-using test::with_each_bad;
-using codes = std::vector<std::uint32_t>;
+using namespace test;
 
 const bytes kMessage = {'a', 'b', 'c'};
 constexpr std::uint32_t kPublic = 0, kPrivate = 1, kRaw = 0;
-
-bytes operator+(bytes a, const bytes& b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
 
 class RsaSchemes : public testing::Test {
 protected:
@@ -43,35 +26,33 @@ protected:
 TEST_F(RsaSchemes, TheInitsMakeTheModeWord)
 {
     constexpr struct {
+        decltype(&ZRC_Init_RSAES) init;
         std::uint32_t mode;
         std::int32_t digest_id;
         std::uint32_t word;
-    } kEncryption[] = {{16, ZRC_SHA224, 0x05000210},
-                       {0x05000110, ZRC_SHA224, 0x05000110},
-                       {8, 0, 0x05000108},
-                       {0x06000120, ZRC_SHA256, 0x06000120},
-                       {0x00000110, ZRC_SHA1, 0x05000010}},
-      kSignature[] = {{0x051C0002, ZRC_SHA224, 0x001C0202},
-                      {0x05200002, ZRC_SHA256, 0x00200302},
-                      {2, ZRC_HMAC_SHA256, 0x05000302},
-                      {0x05FF0402, ZRC_MD5, 0x05FF0402},
-                      {0x15000302, ZRC_SHA256, 0x10000002}};
+    } kCases[] = {{ZRC_Init_RSAES, 16, ZRC_SHA224, 0x05000210},
+                  {ZRC_Init_RSAES, 0x05000110, ZRC_SHA224, 0x05000110},
+                  {ZRC_Init_RSAES, 8, 0, 0x05000108},
+                  {ZRC_Init_RSAES, 0x06000120, ZRC_SHA256, 0x06000120},
+                  {ZRC_Init_RSAES, 0x00000110, ZRC_SHA1, 0x05000010},
+                  {nullptr, 0x051C0002, ZRC_SHA224, 0x001C0202},
+                  {nullptr, 0x05200002, ZRC_SHA256, 0x00200302},
+                  {nullptr, 2, ZRC_HMAC_SHA256, 0x05000302},
+                  {nullptr, 0x05FF0402, ZRC_MD5, 0x05FF0402},
+                  {nullptr, 0x15000302, ZRC_SHA256, 0x10000002}};
     const rsa_unit one{ZRC_New_RSA()};
-    EXPECT_EQ(ZRC_Init_RSASSA(one.get(), 0, 2, 0), 0x18030059U);
+    EXPECT_EQ(ZRC_Init_RSASSA(one, 0, 2, 0), 0x18030059U);
     for (const std::int32_t unknown : {0x05000600, 0x15000300})
-        EXPECT_EQ(ZRC_Init_RSAES(one.get(), 8, 0, unknown), 0x18080059U);
+        EXPECT_EQ(ZRC_Init_RSAES(one, 8, 0, unknown), 0x18080059U);
     EXPECT_FALSE(one->digest);
-    for (const std::uint32_t operation : {kPrivate, kPublic}) {
-        for (const auto& c : kEncryption) {
-            EXPECT_EQ(ZRC_Init_RSAES(one.get(), c.mode, operation, c.digest_id), 0U);
-            EXPECT_TRUE(one->mode == c.word && one->operation == operation) << std::hex << c.mode;
-        }
-        for (const auto& c : kSignature) {
-            EXPECT_EQ(ZRC_Init_RSASSA(one.get(), c.digest_id, c.mode, operation), 0U);
-            EXPECT_TRUE(one->mode == c.word && one->operation == operation) << std::hex << c.mode;
+    for (const auto& [init, mode, digest_id, word] : kCases) {
+        for (const std::uint32_t operation : {kPrivate, kPublic}) {
+            EXPECT_EQ(init ? init(one, mode, operation, digest_id) : ZRC_Init_RSASSA(one, digest_id, mode, operation),
+                      0U);
+            EXPECT_TRUE(one->mode == word && one->operation == operation) << std::hex << mode;
         }
     }
-    EXPECT_EQ(ZRC_Init_RSASSA(one.get(), 0, 2, 0), 0x18030023U) << "the unit has a digest";
+    EXPECT_EQ(ZRC_Init_RSASSA(one, 0, 2, 0), 0x18030023U) << "the unit has a digest";
 }
 
 TEST_F(RsaSchemes, EncryptionGoesBothWays)
@@ -103,10 +84,9 @@ TEST_F(RsaSchemes, EncryptionGoesBothWays)
 
 TEST_F(RsaSchemes, WithoutPaddingTheMessageIsTheNumber)
 {
-    const bytes number(126, 9), block = bytes(2) + number;
+    const bytes number(126, 9);
     for (const std::uint32_t operation : {kPublic, kPrivate}) {
         const bytes sent = power(operation, number);
-        EXPECT_EQ(sent.size(), 128U);
         EXPECT_EQ(power(operation, {0}), bytes(128)) << "a power of 0";
         for (const bytes& zero : {bytes{0}, bytes{}})
             EXPECT_EQ(rsa_decrypt(unit, zero).code, 0x180A000EU);
@@ -115,20 +95,20 @@ TEST_F(RsaSchemes, WithoutPaddingTheMessageIsTheNumber)
         EXPECT_EQ(rsa_encrypt(unit, bytes(129)).code, 0x1809002BU);
         EXPECT_EQ(rsa_decrypt(unit, bytes(128, 0xFF)).code, 0x180A003DU);
         // The output may be the input.
-        bytes in_place = block;
-        EXPECT_EQ(ZRC_Encrypt_RSAES(unit.get(), in_place.data(), &length, in_place.data(), 128), 0U);
+        bytes in_place = bytes(2) + number;
+        EXPECT_EQ(ZRC_Encrypt_RSAES(unit, in_place.data(), &length, in_place.data(), 128), 0U);
         EXPECT_EQ(in_place, sent);
         unit->operation = 1 - operation;
-        EXPECT_EQ(ZRC_Decrypt_RSAES(unit.get(), in_place.data(), &length, in_place.data(), 128), 0U);
+        EXPECT_EQ(ZRC_Decrypt_RSAES(unit, in_place.data(), &length, in_place.data(), 128), 0U);
         EXPECT_EQ(bytes(in_place.begin(), in_place.begin() + length), number);
     }
 }
 
 TEST_F(RsaSchemes, RefuseArguments)
 {
-    EXPECT_EQ(with_each_bad(ZRC_Encrypt_RSAES, unit.get(), buffer, &length, buffer, 1),
+    EXPECT_EQ(with_each_bad(ZRC_Encrypt_RSAES, unit, buffer, &length, buffer, 1),
               (codes{0x18090049, 0x1809002B, 0x1809002B, 0x1809002B, 0x1809002B}));
-    EXPECT_EQ(with_each_bad(ZRC_Decrypt_RSAES, unit.get(), buffer, &length, buffer, 1),
+    EXPECT_EQ(with_each_bad(ZRC_Decrypt_RSAES, unit, buffer, &length, buffer, 1),
               (codes{0x180A0049, 0x180A002B, 0x180A002B, 0x180A002B, 0x180A002B}));
     for (const std::uint32_t operation : {kPublic, kPrivate}) {
         for (const std::uint32_t mode : {1U, 7U, 255U}) {
@@ -137,44 +117,43 @@ TEST_F(RsaSchemes, RefuseArguments)
         }
     }
     const rsa_unit tiny = rsa_key{256}.unit("ned"), no_init = key.unit("ned");
-    for (const std::uint32_t mode : {ZRC_RSAES_OAEP_V20, ZRC_RSAES_OAEP_V21}) {
-        EXPECT_EQ(rsa_encrypt(tiny, mode, kPublic, kMessage).code, 0x18090012U);
-        EXPECT_EQ(rsa_decrypt(tiny, mode, kPrivate, kMessage).code, 0x180A000EU);
-        no_init->mode = mode;
-        EXPECT_EQ(rsa_encrypt(no_init, kMessage).code, 0x18090012U);
-        EXPECT_EQ(rsa_decrypt(no_init, kMessage).code, 0x180A000EU);
+    EXPECT_EQ(ZRC_Init_RSAES(tiny, 8, kPublic, 0), 0U);
+    for (const rsa_unit* one : {&tiny, &no_init}) {
+        for (const std::uint32_t mode : {ZRC_RSAES_OAEP_V20, ZRC_RSAES_OAEP_V21}) {
+            (*one)->mode = mode;
+            EXPECT_EQ(rsa_encrypt(*one, kMessage).code, 0x18090012U);
+            EXPECT_EQ(rsa_decrypt(*one, kMessage).code, 0x180A000EU);
+        }
     }
-    EXPECT_EQ(with_each_bad(ZRC_Update_RSASSA, no_init.get(), buffer, 1), (codes{0x18040049, 0x18040059, 0x18040059}));
-    EXPECT_EQ(ZRC_Update_RSASSA(no_init.get(), buffer, 1), 0x18040059U);
-    EXPECT_EQ(ZRC_Sign_RSASSA(no_init.get(), buffer, &length), 0x18060059U);
-    EXPECT_EQ(ZRC_Verify_RSASSA(no_init.get(), buffer, length), 0x18070059U);
-    EXPECT_EQ(ZRC_Init_RSASSA(unit.get(), ZRC_MD5, 2, 1), 0U);
-    EXPECT_EQ(with_each_bad(ZRC_Update_RSASSA, unit.get(), buffer, 1), (codes{0x18040049, 0x18040059, 0x18040059}));
-    EXPECT_EQ(ZRC_Update_RSASSA(unit.get(), buffer, 0), 0x18040059U) << "MD5 takes no nothing";
-    EXPECT_EQ(with_each_bad(ZRC_Final_RSASSA, unit.get(), buffer, &length), codes(3, 0x18050049));
-    EXPECT_EQ(with_each_bad(ZRC_Sign_RSASSA, unit.get(), buffer, &length), codes(3, 0x18060049));
-    EXPECT_EQ(with_each_bad(ZRC_Verify_RSASSA, unit.get(), buffer, 1), (codes{0x18070049, 0x18070049, 0x1807002B}));
+    EXPECT_EQ(ZRC_Update_RSASSA(no_init, buffer, 1), 0x18040059U);
+    EXPECT_EQ(ZRC_Sign_RSASSA(no_init, buffer, &length), 0x18060059U);
+    EXPECT_EQ(ZRC_Verify_RSASSA(no_init, buffer, length), 0x18070059U);
+    EXPECT_EQ(ZRC_Init_RSASSA(unit, ZRC_MD5, 2, 1), 0U);
+    EXPECT_EQ(with_each_bad(ZRC_Update_RSASSA, unit, buffer, 1), (codes{0x18040049, 0x18040059, 0x18040059}));
+    EXPECT_EQ(ZRC_Update_RSASSA(unit, buffer, 0), 0x18040059U) << "MD5 takes no nothing";
+    EXPECT_EQ(with_each_bad(ZRC_Final_RSASSA, unit, buffer, &length), codes(3, 0x18050049));
+    EXPECT_EQ(with_each_bad(ZRC_Sign_RSASSA, unit, buffer, &length), codes(3, 0x18060049));
+    EXPECT_EQ(with_each_bad(ZRC_Verify_RSASSA, unit, buffer, 1), (codes{0x18070049, 0x18070049, 0x1807002B}));
 }
 
 // Decryption tests the flags the other way round.
 TEST_F(RsaSchemes, FlagsOfTheKey)
 {
-    constexpr std::uint32_t kEncryption[][2] = {{0x18090046, 0x18090045},
-                                                {0, 0},
-                                                {0, 0x18090045},
-                                                {0x18090046, 0},
-                                                {0x18090046, 0x18090045}},
-                            kDecryption[][2] = {{0x180A0045, 0x180A0046},
-                                                {0, 0},
-                                                {0x180A0045, 0},
-                                                {0, 0x180A0046},
-                                                {0x180A0045, 0x180A0046}};
-    for (const std::size_t i : {0U, 1U, 2U, 3U, 4U}) {
-        unit->key_flags = i == 0 ? 0 : 1 << (i - 1);
-        for (const std::uint32_t operation : {kPublic, kPrivate}) {
-            EXPECT_EQ(rsa_encrypt(unit, kRaw, operation, kMessage).code, kEncryption[i][operation]) << i;
-            EXPECT_EQ(rsa_decrypt(unit, kMessage).code, kDecryption[i][operation]) << i;
-        }
+    constexpr std::uint32_t kNoPublic = 0x46, kNoPrivate = 0x45, kGood = 0;
+    constexpr struct {
+        std::int32_t flags;
+        std::uint32_t operation, encryption, decryption;
+    } kCases[] = {{0, kPublic, kNoPublic, kNoPrivate}, {0, kPrivate, kNoPrivate, kNoPublic},
+                  {1, kPublic, kGood, kGood},          {1, kPrivate, kGood, kGood},
+                  {2, kPublic, kGood, kNoPrivate},     {2, kPrivate, kNoPrivate, kGood},
+                  {4, kPublic, kNoPublic, kGood},      {4, kPrivate, kGood, kNoPublic},
+                  {8, kPublic, kNoPublic, kNoPrivate}, {8, kPrivate, kNoPrivate, kNoPublic}};
+    for (const auto& c : kCases) {
+        unit->key_flags = c.flags;
+        const std::uint32_t encrypted = rsa_encrypt(unit, kRaw, c.operation, kMessage).code;
+        EXPECT_EQ(encrypted, c.encryption == kGood ? 0 : 0x18090000 | c.encryption) << c.flags << ' ' << c.operation;
+        const std::uint32_t decrypted = rsa_decrypt(unit, kMessage).code;
+        EXPECT_EQ(decrypted, c.decryption == kGood ? 0 : 0x180A0000 | c.decryption) << c.flags << ' ' << c.operation;
     }
     for (const std::int32_t flags : {-1, 0, 2, 3, 4}) {
         unit->key_flags = flags;
@@ -188,9 +167,9 @@ TEST_F(RsaSchemes, KeysThatDoNotWork)
 {
     const rsa_unit public_only = key.unit("ne"), no_e{ZRC_New_RSA()}, nothing{ZRC_New_RSA()}, no_pool = key.unit("ned");
     EXPECT_EQ(key.load(no_e, "nd"), 0x18010059U);
-    ASSERT_EQ(ZRC_Add_BIGINT_Word(key.d.get(), 2), 0U);
+    ASSERT_EQ(ZRC_Add_BIGINT_Word(key.d, 2), 0U);
     const rsa_unit wrong_pair = key.unit("nedc"), even{ZRC_New_RSA()};
-    ASSERT_EQ(ZRC_Add_BIGINT_Word(key.n.get(), 1), 0U);
+    ASSERT_EQ(ZRC_Add_BIGINT_Word(key.n, 1), 0U);
     EXPECT_EQ(key.load(even, "ned"), 0x18010059U);
     const struct {
         const rsa_unit& unit;
@@ -211,13 +190,13 @@ TEST_F(RsaSchemes, KeysThatDoNotWork)
         const auto without_pool = [&] {
             if (&c.unit == &no_pool) ZRC_Free_BIGINT_Pool(std::exchange(c.unit->pool, nullptr));
         };
-        EXPECT_EQ(ZRC_Init_RSAES(c.unit.get(), kRaw, c.operation, 0), 0U) << "makes a pool";
+        EXPECT_EQ(ZRC_Init_RSAES(c.unit, kRaw, c.operation, 0), 0U) << "makes a pool";
         without_pool();
         EXPECT_EQ(rsa_encrypt(c.unit, kMessage).code, c.encryption);
         EXPECT_EQ(rsa_decrypt(c.unit, kMessage).code, c.decryption);
-        EXPECT_EQ(ZRC_Init_RSASSA(c.unit.get(), ZRC_SHA256, 2, c.operation), 0U);
+        EXPECT_EQ(ZRC_Init_RSASSA(c.unit, ZRC_SHA256, 2, c.operation), 0U);
         without_pool();
-        EXPECT_EQ(ZRC_Final_RSASSA(c.unit.get(), buffer, &length), c.signature);
+        EXPECT_EQ(ZRC_Final_RSASSA(c.unit, buffer, &length), c.signature);
     }
 }
 
@@ -238,9 +217,9 @@ TEST_F(RsaSchemes, KeysWithPrimesAndWithoutD)
 // Moduli that are none, and one that a program has put there itself, with zero words on top.
 TEST_F(RsaSchemes, AbsurdModuli)
 {
-    test::word_list long_n = test::words_of(key.n);
+    word_list long_n = words_of(key.n);
     long_n.insert(long_n.end(), 2, 0);
-    for (const test::word_list& words : {test::word_list{}, {0}, {1}, {2}, {3}, {15}, {0, 0}, {4, 0}, {3, 0}, long_n}) {
+    for (const word_list& words : {word_list{}, {0}, {1}, {2}, {3}, {15}, {0, 0}, {4, 0}, {3, 0}, long_n}) {
         for (const char* parts : {"nedc", "ned"}) {
             const rsa_unit one = key.unit(parts);
             ZRC_Free_BIGINT(std::exchange(one->n, of(words).release()));
@@ -261,27 +240,28 @@ TEST_F(RsaSchemes, AbsurdModuli)
 // Blocks of the number's size that were not encoded by the library.
 TEST_F(RsaSchemes, BlocksOfPkcs1)
 {
-    const bytes message = {0, 9, 0, 0}, end = bytes{0} + message, eight(8, 5);
+    const bytes message = {0, 9, 0, 0}, end = bytes{0} + message;
     const auto block = [](const bytes& start, const bytes& tail) {
         return start + bytes(128 - start.size() - tail.size(), 7) + tail;
     };
-    const std::pair<bytes, bytes> cases[] = {// and messages; none: refused
-                                             {block({0, 2}, end), message},
-                                             {block({0, 1}, end), message},
-                                             {block({0, 3}, end), {}},
-                                             {block({0, 0, 0, 2}, end), message},
-                                             {block({1}, end), message},
-                                             {block({3, 2}, end), {}},
-                                             {bytes(60) + bytes{2} + eight + bytes{0} + bytes(58, 3), bytes(58, 3)},
-                                             {bytes{0, 2} + bytes(7, 5) + bytes{0} + bytes(118, 3), {}},
-                                             {block({0, 0, 0, 0, 2}, {}), {}},
-                                             {block({0, 0, 0, 0, 2}, {0}), {}},
-                                             {block({0, 2}, {0}), {}},
-                                             {bytes(127) + bytes{2}, {}}};
+    const std::pair<bytes, bytes> cases[] = {
+        // and messages; none: refused
+        {block({0, 2}, end), message},
+        {block({0, 1}, end), message},
+        {block({0, 3}, end), {}},
+        {block({0, 0, 0, 2}, end), message},
+        {block({1}, end), message},
+        {block({3, 2}, end), {}},
+        {bytes(60) + bytes{2} + bytes(8, 5) + bytes{0} + bytes(58, 3), bytes(58, 3)},
+        {bytes{0, 2} + bytes(7, 5) + bytes{0} + bytes(118, 3), {}},
+        {block({0, 0, 0, 0, 2}, {}), {}},
+        {block({0, 0, 0, 0, 2}, {0}), {}},
+        {block({0, 2}, {0}), {}},
+        {bytes(127) + bytes{2}, {}}};
     for (const auto& [sent, wanted] : cases) {
         const rsa_answer expected{wanted.empty() ? 0x180A000EU : 0U, wanted};
         for (const std::uint32_t operation : {kPublic, kPrivate})
-            EXPECT_EQ(rsa_decrypt(unit, 32, operation, power(1 - operation, sent)), expected) << test::hex(sent);
+            EXPECT_EQ(rsa_decrypt(unit, 32, operation, power(1 - operation, sent)), expected) << hex(sent);
     }
     // The private key pads with type 1 and FF bytes, the public key with type 2.
     EXPECT_EQ(power(kPublic, rsa_encrypt(unit, 32, kPrivate, kMessage).output),
@@ -292,7 +272,7 @@ TEST_F(RsaSchemes, BlocksOfPkcs1)
 // The ciphertext's length bounds the message's, so leaving off zeros can make a difference.
 TEST_F(RsaSchemes, AMessageLongerThanItsCiphertext)
 {
-    const test::stanza vector = test::read_vectors("rsa_keys.txt", "short ciphertext").front();
+    const stanza vector = read_vectors("rsa_keys.txt", "short ciphertext").front();
     const bytes &ciphertext = vector["ciphertext"], &message = vector["message"];
     ASSERT_EQ(ZRC_Set_BIGINT_Word(unit->e, 3), 0U);
     for (const std::size_t size : {std::size_t{128}, message.size(), message.size() - 1, ciphertext.size()}) {
@@ -314,19 +294,24 @@ TEST_F(RsaSchemes, TheFirstByteOfOaepCountsInTheShorterFormOnly)
 TEST_F(RsaSchemes, SignaturesOfEveryEncoding)
 {
     constexpr std::uint32_t kRefusals[] = {0x1807000E, 0x1807002B, 0x18100059}; // by mode
-    constexpr std::pair<std::int32_t, std::uint32_t> kCases[] = {{ZRC_SHA1, 1},
-                                                                 {ZRC_SHA384, 1},
-                                                                 {ZRC_SHA512, 1},
-                                                                 {ZRC_MD5, 1},
-                                                                 {ZRC_SHA1, 2},
-                                                                 {ZRC_SHA224, 0x051C0002},
-                                                                 {ZRC_SHA256, 0x05200002},
-                                                                 {ZRC_HMAC_SHA256, pss_salt(94)},
-                                                                 {ZRC_SHA512, pss_salt(62)},
-                                                                 {ZRC_MDC2, 2},
-                                                                 {ZRC_HAS160, 0},
-                                                                 {ZRC_SHA512, 0}};
+    constexpr struct {
+        std::int32_t digest_id;
+        std::uint32_t mode;
+    } kCases[] = {{ZRC_SHA1, 1},
+                  {ZRC_SHA384, 1},
+                  {ZRC_SHA512, 1},
+                  {ZRC_MD5, 1},
+                  {ZRC_SHA1, 2},
+                  {ZRC_SHA224, 0x051C0002},
+                  {ZRC_SHA256, 0x05200002},
+                  {ZRC_HMAC_SHA256, pss_salt(94)},
+                  {ZRC_MDC2, 2},
+                  {ZRC_SHA512, pss_salt(62)},
+                  {ZRC_HAS160, 0},
+                  {ZRC_SHA512, 0}};
     const rsa_unit verifying = key.unit("ne");
+    bytes modulus(128);
+    ZRC_BIGINT_To_Binary_Unsigned(key.n, modulus.data());
     for (const auto& [digest_id, mode] : kCases) {
         SCOPED_TRACE(testing::Message() << std::hex << mode << ' ' << digest_id);
         const bytes made = rsa_sign(unit, digest_id, mode, kMessage).output;
@@ -339,11 +324,12 @@ TEST_F(RsaSchemes, SignaturesOfEveryEncoding)
         EXPECT_EQ(rsa_verify(verifying, digest_id, mode, {'d'}, made), kRefusals[mode & 0xFF]);
         EXPECT_EQ(rsa_verify(verifying, digest_id, mode, kMessage, bytes(5) + made), 0U);
         EXPECT_EQ(rsa_verify(verifying, digest_id, mode, kMessage, {}), 0x1807002BU);
-        EXPECT_EQ(rsa_verify(verifying, digest_id, mode, kMessage, bytes(128, 0xFF)), 0x18070055U);
+        for (const bytes& value : {modulus, bytes(128, 0xFF)})
+            EXPECT_EQ(rsa_verify(verifying, digest_id, mode, kMessage, value), 0x18070055U);
     }
     const bytes signature = rsa_sign(unit, ZRC_SHA256, ZRC_RSASSA_PSS, kMessage).output;
-    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit.get(), 32), 0U); // is not consulted
-    for (const std::uint32_t salt : {0U, 19U, 20U, 21U, 32U})            // none means 20
+    EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit, 32), 0U); // is not consulted
+    for (const std::uint32_t salt : {0U, 19U, 20U, 21U, 32U})      // none means 20
         EXPECT_EQ(rsa_verify(unit, ZRC_SHA256, pss_salt(salt), kMessage, signature), salt % 20 == 0 ? 0 : 0x18100059);
 }
 
@@ -365,12 +351,12 @@ TEST_F(RsaSchemes, SignaturesThatCannotBeMade)
         EXPECT_EQ(rsa_verify(c.unit, c.digest_id, c.mode, kMessage, {2}), c.verifying) << c.digest_id << ' ' << c.mode;
     }
     // A signature of 0: n = 3^200, where every multiple of 3 has a high power of 0.
-    const test::bigint n = of({1});
+    const bigint n = of({1});
     for (int i = 0; i < 200; ++i)
-        ASSERT_EQ(ZRC_Mtp_BIGINT_Word(n.get(), 3), 0U);
+        ASSERT_EQ(ZRC_Mtp_BIGINT_Word(n, 3), 0U);
     const rsa_unit powers{ZRC_New_RSA()};
     int tries = 0, zeros = 0; // one blinding in three has no inverse
-    while (test::load_rsa(powers.get(), n, of({3}), of({200})) != 0)
+    while (load_rsa(powers, n, of({3}), of({200})) != 0)
         ASSERT_LT(++tries, 100);
     for (std::uint8_t i = 0; i < 30; ++i) {
         const std::uint32_t code = rsa_sign(powers, ZRC_MD5, ZRC_RSASSA_NO_ENCODE, {i}).code;

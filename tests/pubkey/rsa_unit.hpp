@@ -2,34 +2,24 @@
 // of the schemes.
 #pragma once
 
-#include "kestrim_crypto.h"
-#include "tests/bigint/bigint_value.hpp"
-#include "tests/vector_file.hpp"
+#include "tests/pubkey/pubkey_fixture.hpp"
 
-#include <cstdint>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
 #include <string_view>
-#include <tuple>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 namespace test {
 
 struct rsa_releaser {
     void operator()(ZRC_RSA_UNIT* unit) const { EXPECT_EQ(ZRC_Free_RSA(unit), 0U); }
 };
-using rsa_unit = std::unique_ptr<ZRC_RSA_UNIT, rsa_releaser>;
+using rsa_unit = handle<ZRC_RSA_UNIT, rsa_releaser>;
 using rsa_part = ZRC_BIGINT* ZRC_RSA_UNIT::*;
 inline constexpr rsa_part kRsaParts[] = {&ZRC_RSA_UNIT::n,  &ZRC_RSA_UNIT::e, &ZRC_RSA_UNIT::d, &ZRC_RSA_UNIT::dP,
                                          &ZRC_RSA_UNIT::dQ, &ZRC_RSA_UNIT::p, &ZRC_RSA_UNIT::q, &ZRC_RSA_UNIT::qInv};
 
 // Numbers of a key, some of them null. Returns the code of loading.
-inline std::uint32_t load_rsa(ZRC_RSA_UNIT* unit, const bigint& n, const bigint& e, const bigint& d = nullptr)
+inline std::uint32_t load_rsa(ZRC_RSA_UNIT* unit, const ZRC_BIGINT* n, const ZRC_BIGINT* e, const ZRC_BIGINT* d)
 {
-    return ZRC_Set_RSA_Params(unit, n.get(), e.get(), d.get(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    return ZRC_Set_RSA_Params(unit, n, e, d, nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
 struct rsa_key {
@@ -44,13 +34,13 @@ struct rsa_key {
     }
 
     // Loads what `parts` names: n, e, d, and c for all the CRT values, or C for all but the last one.
-    std::uint32_t load(const rsa_unit& unit, std::string_view parts) const
+    std::uint32_t load(ZRC_RSA_UNIT* unit, std::string_view parts) const
     {
         const auto given = [&](const char* letters, const bigint& value) {
             return parts.find_first_of(letters) == parts.npos ? nullptr : value.get();
         };
-        return ZRC_Set_RSA_Params(unit.get(), given("n", n), given("e", e), given("d", d), given("cC", p),
-                                  given("cC", q), given("cC", dp), given("cC", dq), given("c", qinv));
+        return ZRC_Set_RSA_Params(unit, given("n", n), given("e", e), given("d", d), given("cC", p), given("cC", q),
+                                  given("cC", dp), given("cC", dq), given("c", qinv));
     }
     rsa_unit unit(std::string_view parts) const
     {
@@ -68,22 +58,9 @@ struct rsa_answer {
     bool operator==(const rsa_answer&) const = default;
 };
 
-// Never null, not even for no bytes.
-inline const std::uint8_t* data_of(const bytes& value)
-{
-    static constexpr std::uint8_t kNothing = 0;
-    return value.empty() ? &kNothing : value.data();
-}
-
-inline std::int32_t length_of(const bytes& value)
-{
-    return std::int32_t(value.size());
-}
-
 // The output of `call`, which gets room for exactly as many bytes as the modulus has: a sanitizer sees every byte
 // beyond. A failed call must not have written anything.
-template <class Call>
-rsa_answer rsa_output(const ZRC_RSA_UNIT& unit, Call call)
+rsa_answer rsa_output(const ZRC_RSA_UNIT& unit, auto call)
 {
     bytes output(unit.n ? (ZRC_Get_BIGINT_Bits_Length(unit.n) + 7) / 8 : 1, 0xA7);
     const bytes before = output;
@@ -104,13 +81,13 @@ struct rsa_crypt {
     rsa_answer operator()(const rsa_unit& unit, const bytes& input) const
     {
         return rsa_output(*unit, [&](auto* output, auto* length) {
-            return Call(unit.get(), output, length, data_of(input), length_of(input));
+            return Call(unit, output, length, data_of(input), length_of(input));
         });
     }
     rsa_answer operator()(const rsa_unit& unit, std::uint32_t mode, std::uint32_t operation, const bytes& input,
                           std::int32_t digest_id = 0) const
     {
-        EXPECT_EQ(ZRC_Init_RSAES(unit.get(), mode, operation, digest_id), 0U);
+        EXPECT_EQ(ZRC_Init_RSAES(unit, mode, operation, digest_id), 0U);
         return (*this)(unit, input);
     }
 };
@@ -120,60 +97,23 @@ inline constexpr rsa_crypt<ZRC_Decrypt_RSAES> rsa_decrypt;
 // Init, Update, Final; the first code that is not 0 ends it.
 inline rsa_answer rsa_sign(const rsa_unit& unit, std::int32_t digest_id, std::uint32_t mode, const bytes& message)
 {
-    if (const std::uint32_t code = ZRC_Init_RSASSA(unit.get(), digest_id, mode, 1)) return {code};
-    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), data_of(message), length_of(message))) return {code};
-    return rsa_output(*unit, [&](auto* output, auto* length) { return ZRC_Final_RSASSA(unit.get(), output, length); });
+    if (const std::uint32_t code = ZRC_Init_RSASSA(unit, digest_id, mode, 1)) return {code};
+    if (const std::uint32_t code = ZRC_Update_RSASSA(unit, data_of(message), length_of(message))) return {code};
+    return rsa_output(*unit, [&](auto* output, auto* length) { return ZRC_Final_RSASSA(unit, output, length); });
 }
 inline std::uint32_t rsa_verify(const rsa_unit& unit, std::int32_t digest_id, std::uint32_t mode, const bytes& message,
                                 bytes signature)
 {
-    if (const std::uint32_t code = ZRC_Init_RSASSA(unit.get(), digest_id, mode, 0)) return code;
-    if (const std::uint32_t code = ZRC_Update_RSASSA(unit.get(), data_of(message), length_of(message))) return code;
+    if (const std::uint32_t code = ZRC_Init_RSASSA(unit, digest_id, mode, 0)) return code;
+    if (const std::uint32_t code = ZRC_Update_RSASSA(unit, data_of(message), length_of(message))) return code;
     std::int32_t length = length_of(signature);
     signature.reserve(1);
-    return ZRC_Final_RSASSA(unit.get(), signature.data(), &length);
+    return ZRC_Final_RSASSA(unit, signature.data(), &length);
 }
 
 constexpr std::uint32_t pss_salt(std::uint32_t length)
 {
     return ZRC_RSASSA_PSS | length << ZRC_RSASSA_SALT_SHIFT;
-}
-
-// The answers to calls with good arguments but one, in turn: a pointer that is null, a number that is -1.
-template <class R, class... A>
-std::vector<R> with_each_bad(R (*call)(A...), std::type_identity_t<A>... good)
-{
-    std::vector<R> answers;
-    const auto spoil = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
-        std::tuple<A...> arguments{good...};
-        auto& bad = std::get<I>(arguments);
-        if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(bad)>>)
-            bad = nullptr;
-        else
-            bad = std::remove_reference_t<decltype(bad)>(-1);
-        answers.push_back(std::apply(call, arguments));
-    };
-    [&]<std::size_t... I>(std::index_sequence<I...>)
-    {
-        (spoil(std::integral_constant<std::size_t, I>{}), ...);
-    }
-    (std::index_sequence_for<A...>{});
-    return answers;
-}
-
-// A value of a vector file as a number.
-inline std::int32_t number(const bytes& value)
-{
-    return std::int32_t(ZRC_Get_BIGINT_Word(of_bytes(value).get()));
-}
-
-inline bytes digest_of(std::int32_t digest, const bytes& message)
-{
-    bytes output(64);
-    std::int32_t length = 0;
-    EXPECT_EQ(ZRC_DIGEST(digest, data_of(message), length_of(message), output.data(), &length), 0U);
-    output.resize(std::size_t(length));
-    return output;
 }
 
 // A unit as the encodings need it: of a key they ask for nothing but the number of bits of the modulus.

@@ -8,43 +8,33 @@
 #include "kestrim/sha.h"
 #include "random/prng.hpp"
 #include "random/process_number.hpp"
-#include "tests/vector_file.hpp"
+#include "tests/random/child_process.hpp"
+#include "tests/support.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
-#include <set>
-#include <string>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
 using test::bytes;
 using test::hex;
-
-struct free_unit {
-    void operator()(ZRC_PRNG_UNIT* unit) const { ZRC_Free_PRNG_Unit(unit); }
-};
-using unit_ptr = std::unique_ptr<ZRC_PRNG_UNIT, free_unit>;
+using test::in_a_child;
+using test::operator+;
+using unit_ptr = test::owned<ZRC_PRNG_UNIT, ZRC_Free_PRNG_Unit>;
 
 constexpr ZRC_PRNG_UNIT kFresh{};
 
 unit_ptr initialised(std::int32_t algorithm)
 {
     unit_ptr unit{ZRC_New_PRNG_Unit()};
-    EXPECT_EQ(ZRC_Init_PRNG(unit.get(), algorithm, nullptr), 0U);
+    EXPECT_EQ(ZRC_Init_PRNG(unit, algorithm, nullptr), 0U);
     return unit;
 }
 
 bytes get(const unit_ptr& unit, std::size_t length)
 {
     bytes out(length, 0xEE);
-    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), std::int32_t(length)), 0U);
+    EXPECT_EQ(ZRC_Get_Rand(unit, out.data(), std::int32_t(length)), 0U);
     return out;
 }
 
@@ -186,7 +176,7 @@ TEST(Prng, AGeneratorThatIsStuckGivesNothing)
         for (const std::size_t length : {1U, 20U, 21U, 100U}) {
             bytes out(length, 0xEE);
             EXPECT_FALSE((generator{*g, bytes(20, 1)}.fill(out))) << length;
-            EXPECT_EQ(hex(out), hex(bytes(length))) << length;
+            EXPECT_EQ(out, bytes(length)) << length;
         }
     }
 
@@ -196,47 +186,9 @@ TEST(Prng, AGeneratorThatIsStuckGivesNothing)
     const bytes next = generator{*unit}.get(32);
     std::copy(next.begin(), next.end(), unit->last_g);
     bytes out(100, 0xEE);
-    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), 100), 0x14040067U);
-    EXPECT_EQ(hex(out), hex(bytes(100)));
-    EXPECT_EQ(std::memcmp(unit.get(), &kFresh, sizeof kFresh), 0);
-    EXPECT_EQ(ZRC_Get_Rand(unit.get(), out.data(), 100), 0x1404004BU);
-}
-
-// What `scenario` returns in a child process.
-bytes in_a_child(const std::function<bytes()>& scenario)
-{
-    int ends[2];
-    if (pipe(ends) != 0) return {};
-    const pid_t child = fork();
-    if (child == 0) {
-        const bytes result = scenario();
-        _exit(write(ends[1], result.data(), result.size()) == ssize_t(result.size()) ? 0 : 1);
-    }
-    close(ends[1]);
-    bytes result(1000);
-    const ssize_t got = read(ends[0], result.data(), result.size());
-    close(ends[0]);
-    result.resize(got > 0 ? std::size_t(got) : 0);
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    return result;
-}
-
-bytes operator+(bytes a, const bytes& b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-// `all` in pieces of `size`, none of which occurs twice.
-void expect_all_different(const bytes& all, std::size_t size, std::size_t count)
-{
-    ASSERT_EQ(all.size(), count * size);
-    std::set<std::string> pieces;
-    for (std::size_t at = 0; at < all.size(); at += size)
-        pieces.insert(hex(std::span{all}.subspan(at, size)));
-    EXPECT_EQ(pieces.size(), count);
+    EXPECT_EQ(ZRC_Get_Rand(unit, out.data(), 100), 0x14040067U);
+    EXPECT_EQ(out, bytes(100));
+    EXPECT_EQ(std::memcmp(unit, &kFresh, sizeof kFresh), 0);
 }
 
 TEST(Prng, NoChildRepeatsItsParent)
@@ -248,7 +200,7 @@ TEST(Prng, NoChildRepeatsItsParent)
     const bytes children = in_a_child(draw) + in_a_child(draw) + in_a_child([&] { return in_a_child(draw) + draw(); }) +
                            in_a_child([&] { return get(unit, 80); });
     const bytes own = draw();
-    expect_all_different(children + own, 40, 7);
+    test::expect_all_different(children + own, 40, 7);
     EXPECT_EQ(hex(own), hex(same.get(40))); // in the parent, nothing has changed
     EXPECT_EQ(hex(draw()), hex(same.get(40)));
 }
@@ -266,7 +218,7 @@ TEST(Prng, NoProcessHasTheNumberOfAnAncestor)
         const bytes mine = number(); // asked before its child does
         return mine + in_a_child(number);
     };
-    expect_all_different(bytes(4) + own + in_a_child(ask_and_fork), 4, 4);
+    test::expect_all_different(bytes(4) + own + in_a_child(ask_and_fork), 4, 4);
     EXPECT_NE(in_a_child([&] { return in_a_child(number); }), own); // of a child that never asked
     EXPECT_EQ(number(), own);
 }
@@ -274,24 +226,24 @@ TEST(Prng, NoProcessHasTheNumberOfAnAncestor)
 TEST(Prng, Codes)
 {
     const unit_ptr good = initialised(ZRC_SHA1), fresh{ZRC_New_PRNG_Unit()}, refused = initialised(ZRC_SHA1);
-    ASSERT_EQ(std::memcmp(fresh.get(), &kFresh, sizeof kFresh), 0);
     const ZRC_PRNG_UNIT before = *good;
     std::uint8_t out[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    EXPECT_EQ(ZRC_Init_PRNG(nullptr, ZRC_SHA1, nullptr), 0x14010049U);
     for (const int unknown : {int{0x05000600}, int{ZRC_MDC2}, int{ZRC_HMAC_SHA1}, int{ZRC_DES_EDE}, -1})
-        EXPECT_EQ(ZRC_Init_PRNG(refused.get(), unknown, nullptr), 0x14070029U) << unknown;
-    EXPECT_EQ(ZRC_Get_Rand(nullptr, out, 4), 0x14040049U);
-    EXPECT_EQ(ZRC_Get_Rand(good.get(), nullptr, 4), 0x14040049U);
-    for (const std::int32_t length : {0, -1})
-        EXPECT_EQ(ZRC_Get_Rand(good.get(), out, length), 0x1404002BU);
-    for (const auto* unit : {&fresh, &refused})
-        EXPECT_EQ(ZRC_Get_Rand(unit->get(), out, 4), 0x1404004BU);
+        EXPECT_EQ(ZRC_Init_PRNG(refused, unknown, nullptr), 0x14070029U) << unknown;
+    test::expect_codes({
+        {ZRC_Init_PRNG(nullptr, ZRC_SHA1, nullptr), 0x14010049},
+        {ZRC_Get_Rand(nullptr, out, 4), 0x14040049},
+        {ZRC_Get_Rand(good, nullptr, 4), 0x14040049},
+        {ZRC_Get_Rand(good, out, 0), 0x1404002B},
+        {ZRC_Get_Rand(good, out, -1), 0x1404002B},
+        {ZRC_Get_Rand(fresh, out, 4), 0x1404004B},
+        {ZRC_Get_Rand(refused, out, 4), 0x1404004B},
+    });
     EXPECT_EQ(hex(out), "eeeeeeee");
-    EXPECT_EQ(std::memcmp(good.get(), &before, sizeof before), 0);
-    EXPECT_EQ(std::memcmp(refused.get(), &kFresh, sizeof kFresh), 0); // the key it had is gone
-
-    ZRC_Clean_PRNG_Unit(good.get());
-    EXPECT_EQ(std::memcmp(good.get(), &kFresh, sizeof kFresh), 0);
+    EXPECT_EQ(std::memcmp(good, &before, sizeof before), 0);
+    ZRC_Clean_PRNG_Unit(good);
+    for (const auto* unit : {&good, &fresh, &refused}) // the key that `refused` had is gone
+        EXPECT_EQ(std::memcmp(*unit, &kFresh, sizeof kFresh), 0);
     ZRC_Clean_PRNG_Unit(nullptr);
     ZRC_Free_PRNG_Unit(nullptr);
 }

@@ -1,18 +1,14 @@
 // The self-test looks for the library's file in LD_LIBRARY_PATH, and refuses one that is not as it was built.
 #include "kestrim_crypto.h"
 #include "tests/fresh_process.hpp"
+#include "tests/scratch_files.hpp"
 
 #include <cstdint>
-#include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <link.h>
-#include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -47,33 +43,21 @@ std::uint32_t answer(const std::string& folders)
     return answer(folders.c_str());
 }
 
-// Folders for one test, with what is to be found in them under the library's name.
-class LibraryFile : public testing::Test {
+// Folders with what is to be found in them under the library's name.
+class LibraryFile : public test::scratch_files {
 protected:
-    LibraryFile()
-    {
-        std::string name = (fs::temp_directory_path() / "kestrim-XXXXXX").string();
-        root_ = mkdtemp(name.data());
-    }
-    ~LibraryFile() override { fs::remove_all(root_); }
-
     // The path of the library in a new folder of that name.
     std::string in_folder(const std::string& folder) const
     {
-        fs::create_directory(root_ / folder);
-        return (root_ / folder / kName).string();
+        fs::create_directory(path(folder));
+        return path(folder) + "/" + kName;
     }
-    std::string folder(const std::string& name) const { return (root_ / name).string(); }
-
     std::string copy_in(const std::string& folder) const
     {
-        std::string path = in_folder(folder);
-        fs::copy_file(kLibraryFolder + "/" + kName, path);
-        return path;
+        std::string copy = in_folder(folder);
+        fs::copy_file(kLibraryFolder + "/" + kName, copy);
+        return copy;
     }
-
-private:
-    fs::path root_;
 };
 
 TEST_F(LibraryFile, IsLookedForInLdLibraryPathOnly)
@@ -85,7 +69,7 @@ TEST_F(LibraryFile, IsLookedForInLdLibraryPathOnly)
 
     copy_in("copy");
     const fs::path here = fs::current_path();
-    fs::current_path(folder("copy"));
+    fs::current_path(path("copy"));
     EXPECT_EQ(answer("::"), kNotFound); // an empty name never means this folder
     EXPECT_EQ(answer("."), 0U);
     fs::current_path(here);
@@ -118,10 +102,10 @@ TEST_F(LibraryFile, IsNotWhatDoesNotLoadOrHasNoSelfTest)
 
     std::string all;
     for (const char* name : {"other-library", "text", "empty", "folder", "pipe", "circle"}) {
-        EXPECT_EQ(answer(folder(name)), kNotFound);
-        all += folder(name) + ":";
+        EXPECT_EQ(answer(path(name)), kNotFound);
+        all += path(name) + ":";
     }
-    EXPECT_EQ(answer(folder("unreadable")), geteuid() == 0 ? 0U : kNotFound);
+    EXPECT_EQ(answer(path("unreadable")), geteuid() == 0 ? 0U : kNotFound);
     EXPECT_EQ(answer(all + kLibraryFolder), 0U);
 }
 
@@ -142,9 +126,9 @@ TEST_F(LibraryFile, IsRefusedWhenItIsNotAsItWasBuilt)
     fs::resize_file(shorter, fs::file_size(shorter) - 1);
 
     for (const char* name : {"last", "first", "before", "longer", "shorter"}) {
-        EXPECT_EQ(answer(folder(name)), kWrongSignature);
-        EXPECT_EQ(answer(folder(name) + ":" + kLibraryFolder), kWrongSignature); // the first one that qualifies counts
-        EXPECT_EQ(answer(kLibraryFolder + ":" + folder(name)), 0U);
+        EXPECT_EQ(answer(path(name)), kWrongSignature);
+        EXPECT_EQ(answer(path(name) + ":" + kLibraryFolder), kWrongSignature); // the first one that qualifies counts
+        EXPECT_EQ(answer(kLibraryFolder + ":" + path(name)), 0U);
     }
 }
 

@@ -15,21 +15,19 @@ std::size_t draw(generator& random, std::size_t below)
     return random() % below;
 }
 
-bytes random_number(generator& random)
-{
-    bytes number(1 + draw(random, draw(random, 4) == 0 ? 600 : 40));
-    for (std::uint8_t& byte : number)
-        byte = std::uint8_t(random());
-    if (number[0] == 0) number[0] = 0x80;
-    return number;
-}
-
 bytes random_bytes(generator& random, std::size_t size)
 {
     bytes result(size);
     for (std::uint8_t& byte : result)
         byte = std::uint8_t(random());
     return result;
+}
+
+bytes random_number(generator& random)
+{
+    bytes number = random_bytes(random, 1 + draw(random, draw(random, 4) == 0 ? 600 : 40));
+    if (number[0] == 0) number[0] = 0x80;
+    return number;
 }
 
 // With and without what is optional.
@@ -139,15 +137,10 @@ TEST(KeyFile, DamageIsRefusedOrGivesAnotherKey)
         for (const std::string& file : random_files(random))
             for (int i = 0; i < 20; ++i) {
                 std::string text = file;
-                if (i % 4 == 0) {
-                    for (std::size_t n = 1 + draw(random, 3); n != 0; --n)
-                        damage(text, random);
-                } else {
-                    pem_block block = read_pem(file);
-                    for (std::size_t n = 1 + draw(random, 3); n != 0; --n)
-                        damage(block.content, random);
-                    text = write_pem(block.label, block.content);
-                }
+                pem_block block = read_pem(file);
+                for (std::size_t n = 1 + draw(random, 3); n != 0; --n)
+                    i % 4 == 0 ? damage(text, random) : damage(block.content, random);
+                if (i % 4 != 0) text = write_pem(block.label, block.content);
                 const auto same = read_and_rewrite(text);
                 ASSERT_TRUE(same.value_or(true)) << text;
                 ++(same ? accepted : refused);
