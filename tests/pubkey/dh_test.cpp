@@ -84,6 +84,8 @@ TEST(Dh, PublicValuesAreChecked)
     EXPECT_EQ(compute(tiny(81, 0, 2, 4), of({3}), secret), 0x20050030U) << "the secret is 0";
     EXPECT_EQ(compute(known, of({4, 0, 0}), secret), 0U) << "zero words on top";
     EXPECT_EQ(secret, bytes{57}) << "4^-1";
+    known->p->data[0] = 226;
+    EXPECT_EQ(compute(known, of({4}), secret), 0x20050040U) << "an even p";
 }
 
 TEST(Dh, PrivateValuesAreOfTheirLength)
