@@ -493,6 +493,7 @@ TEST_F(Stream, KindsOfTheProgramsOwn)
 {
     static std::int32_t given;
     static std::uint32_t result, freed;
+    freed = 0;
     ZRC_STREAM_OPERATIONS operations{};
     operations.name = "own";
     operations.state_length = 4;
