@@ -44,7 +44,8 @@ inline bool less(const words_of& a, const words_of& b) noexcept
 inline bool same_value(const ZRC_BIGINT& first, const ZRC_BIGINT& second) noexcept
 {
     const words_of a{first}, b{second};
-    return a.length == b.length && zrc_Cmp_BIGINT_Words(a.data, b.data, a.length) == 0;
+    if (a.length != b.length) return false;
+    return a.is_zero() || zrc_Cmp_BIGINT_Words(a.data, b.data, a.length) == 0; // zeros may have no arrays
 }
 
 // Gives r the first `words` of its words as its value.

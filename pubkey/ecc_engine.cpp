@@ -72,7 +72,7 @@ curve_engine* new_curve_engine_portable(const curve_numbers& numbers) noexcept
     if (bits <= kFieldBits[0]) return make_of_size<kFieldBits[0]>(numbers);
     if (bits <= kFieldBits[1]) return make_of_size<kFieldBits[1]>(numbers);
     if (bits <= kFieldBits[2] && known_prime(*numbers.p) == 521)
-        return curves::prepared_curve<prime_field<p521_limbs::kLimbs, p521_limbs>>::make(numbers);
+        return curves::prepared_curve<prime_field<p521_limbs::kLimbs, modular<p521_limbs>>>::make(numbers);
     if (bits <= kFieldBits[2]) return make_of_size<kFieldBits[2]>(numbers);
     return make_of_size<kFieldBits[3]>(numbers);
 }

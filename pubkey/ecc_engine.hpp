@@ -45,7 +45,7 @@ struct secret_scalar {
 struct curve_engine;
 
 // Called `secret`: no branch and no address depends on the scalar or on what comes of it, but for whether that is
-// infinite. All others are for public values. Results may be operands.
+// infinite, or whether there is an inverse. All others are for public values. Results may be operands.
 struct curve_operations {
     bool (*is_on_curve)(const curve_engine& engine, const plain_point& point) noexcept;
     bool (*is_singular)(const curve_engine& engine) noexcept;
@@ -61,6 +61,8 @@ struct curve_operations {
     void (*reduce)(const curve_engine& engine, field_number& r, const field_number& a) noexcept;
     void (*multiply_scalars)(const curve_engine& engine, field_number& r, const field_number& a,
                              const field_number& b) noexcept;
+    // 1 / a, secret; false if there is none.
+    bool (*invert_scalar)(const curve_engine& engine, field_number& r, const field_number& a) noexcept;
     // (a + b c) d
     void (*combine_scalars)(const curve_engine& engine, field_number& r, const field_number& a, const field_number& b,
                             const field_number& c, const field_number& d) noexcept;

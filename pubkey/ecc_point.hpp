@@ -60,42 +60,20 @@ public:
     [[gnu::noinline]] void double_point(jacobian& r, const jacobian& p) const noexcept
     {
         const Field& f = *field_;
-        element yy, beta, slope, t, u;
-        f.sqr(yy, p.y);
-        f.mul(beta, p.x, yy);
-        switch (kind_) {
-        case coefficient_kind::minus_three: // 3 (X - Z^2) (X + Z^2)
-            f.sqr(t, p.z);
-            f.sub(u, p.x, t);
-            f.add(t, p.x, t);
-            f.mul(t, t, u);
-            f.twice(slope, t);
-            f.add(slope, slope, t);
-            break;
-        case coefficient_kind::zero:
-            set_triple_square(slope, p.x);
-            break;
-        case coefficient_kind::other:
-            set_triple_square(slope, p.x);
-            f.sqr(t, p.z);
-            f.sqr(t, t);
-            f.mul(t, t, *a_);
-            f.add(slope, slope, t);
-            break;
-        }
-        f.mul(t, p.y, p.z);
-        f.twice(r.z, t);
-        f.twice(beta, beta);
-        f.twice(beta, beta);
+        element slope, beta, doubled, t;
+        set_slope(slope, p);
+        f.twice(doubled, p.y);
+        f.mul(r.z, doubled, p.z);
+        f.sqr(doubled, doubled); // 4 Y^2
+        f.mul(beta, doubled, p.x);
+        f.sqr(doubled, doubled);
+        f.half(doubled, doubled); // 8 Y^4
         f.sqr(t, slope);
         f.sub(t, t, beta);
         f.sub(r.x, t, beta);
         f.sub(t, beta, r.x);
         f.mul(t, t, slope);
-        f.twice(yy, yy); // 8 Y^4 = 2 (2 Y^2)^2
-        f.sqr(yy, yy);
-        f.twice(yy, yy);
-        f.sub(r.y, t, yy);
+        f.sub(r.y, t, doubled);
     }
 
     // Any two points, equal, opposite and infinite ones too.
@@ -248,12 +226,26 @@ private:
         return z;
     }
 
-    void set_triple_square(element& r, const element& x) const noexcept
+    // 3 X^2 + a Z^4
+    void set_slope(element& slope, const jacobian& p) const noexcept
     {
-        element square;
-        field_->sqr(square, x);
-        field_->twice(r, square);
-        field_->add(r, r, square);
+        const Field& f = *field_;
+        element t, u;
+        if (kind_ == coefficient_kind::minus_three) { // 3 (X - Z^2) (X + Z^2)
+            f.sqr(u, p.z);
+            f.sub(t, p.x, u);
+            f.add(u, p.x, u);
+            f.mul(t, t, u);
+        } else {
+            f.sqr(t, p.x);
+        }
+        f.twice(slope, t);
+        f.add(slope, slope, t);
+        if (kind_ != coefficient_kind::other) return;
+        f.sqr(t, p.z);
+        f.sqr(t, t);
+        f.mul(t, t, *a_);
+        f.add(slope, slope, t);
     }
 
     // The slope (x1^2 + x1 x2 + x2^2 + a) / (y1 + y2) serves sums and doubles alike (E. Brier, M. Joye, "Weierstrass

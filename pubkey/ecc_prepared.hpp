@@ -13,12 +13,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace zrc::curves {
 
 // Secret multiples of G: kTeeth bits of the scalar, and that kBlocks times, are looked up for each doubling (C. H. Lim,
 // P. J. Lee, "More flexible exponentiation with precomputation", 1994), all bits being 1 or -1.
-inline constexpr std::size_t kTeeth = 6, kBlocks = 2, kCombEntries = std::size_t{1} << (kTeeth - 1);
+inline constexpr std::size_t kTeeth = 6, kBlocks = 4, kCombEntries = std::size_t{1} << (kTeeth - 1);
 
 // Secret multiples of other points: digits of -16 to 16.
 inline constexpr std::size_t kWindow = 5, kWindowEntries = std::size_t{1} << (kWindow - 1);
@@ -86,6 +87,14 @@ inline std::size_t field_bits(const curve_numbers& numbers) noexcept
     return std::max(ZRC_Get_BIGINT_Bits_Length(numbers.p), ZRC_Get_BIGINT_Bits_Length(numbers.n));
 }
 
+// Coordinates of points, and which of them are infinite: bit i for point i.
+template <class Element>
+struct comb_block {
+    Element points[kCombEntries][2];
+    limb infinite;
+};
+static_assert(kCombEntries <= kLimbBits);
+
 template <class Field>
 struct prepared_curve : curve_engine {
     static constexpr std::size_t kLimbs = Field::limbs;
@@ -99,7 +108,7 @@ struct prepared_curve : curve_engine {
     element a, b;
     coefficient_kind kind;
     std::size_t columns;
-    affine comb[kBlocks][kCombEntries];
+    comb_block<element> comb[kBlocks];
     affine odd[kBaseEntries]; // G, 3 G, 5 G, ...
 
     arithmetic group() const noexcept { return {field, a, kind}; }
@@ -163,6 +172,15 @@ struct prepared_curve : curve_engine {
             g.open_add(entries[i], entries[i - 1], doubled);
     }
 
+    static void set_block(comb_block<element>& block, const affine* entries) noexcept
+    {
+        for (std::size_t i = 0; i < kCombEntries; ++i) {
+            block.points[i][0] = entries[i].x;
+            block.points[i][1] = entries[i].y;
+            block.infinite |= (entries[i].infinite & 1) << i;
+        }
+    }
+
     bool prepare_tables(const plain_point& base) noexcept
     {
         auto* const memory = static_cast<table_memory*>(ZRC_Malloc(sizeof(table_memory)));
@@ -181,13 +199,14 @@ struct prepared_curve : curve_engine {
         set_odd_multiples(memory->points + kBlocks * kCombEntries, first, kBaseEntries);
 
         g.make_affine(memory->results, memory->points, memory->products, std::size(memory->points));
-        std::copy_n(memory->results, kBlocks * kCombEntries, &comb[0][0]);
+        for (std::size_t block = 0; block < kBlocks; ++block)
+            set_block(comb[block], memory->results + block * kCombEntries);
         std::copy_n(memory->results + kBlocks * kCombEntries, kBaseEntries, odd);
         ZRC_Free(memory);
         return true;
     }
 
-    // Tables read whole: entry `index`, none for kNone.
+    // Tables read whole: entry `index`, which counts from 1 for multiples of other points.
 
     static void look_up(jacobian& r, const jacobian (&table)[kWindowEntries], limb index) noexcept
     {
@@ -202,17 +221,26 @@ struct prepared_curve : curve_engine {
         }
     }
 
-    static void look_up(affine& r, const affine (&table)[kCombEntries], limb index) noexcept
+    // By vectors of two limbs; every word of a vector has the number of the entry.
+    static void look_up(affine& r, const comb_block<element>& block, limb index) noexcept
     {
-        r = {};
-        for (std::size_t i = 0; i < kCombEntries; ++i) {
-            const limb_mask here = mask_if_zero(index ^ i);
-            for (std::size_t j = 0; j < kLimbs; ++j) {
-                r.x.v[j] |= table[i].x.v[j] & here;
-                r.y.v[j] |= table[i].y.v[j] & here;
+        using words [[gnu::vector_size(2 * sizeof(limb))]] = std::uint32_t;
+        constexpr std::size_t kVectors = 2 * sizeof(element) / sizeof(words);
+        words sum[kVectors] = {}, entry = {};
+        const words here = entry + std::uint32_t(index);
+        for (const auto& point : block.points) {
+            const words mask = words(entry == here);
+            const auto* const bytes = reinterpret_cast<const char*>(point);
+#pragma GCC unroll 9
+            for (std::size_t i = 0; i < kVectors; ++i) {
+                words part;
+                std::memcpy(&part, bytes + i * sizeof part, sizeof part);
+                sum[i] |= part & mask;
             }
-            r.infinite |= table[i].infinite & here;
+            entry += 1;
         }
+        std::memcpy(&r, sum, sizeof sum);
+        r.infinite = settled(limb{0} - (block.infinite >> index & 1));
     }
 
     // Operations.
@@ -351,8 +379,14 @@ struct prepared_curve : curve_engine {
         c.leave(r, sum);
     }
 
-    static std::size_t index_of(int digit) noexcept { return std::size_t(digit < 0 ? -digit : digit) / 2; }
-    static limb_mask sign_of(int digit) noexcept { return limb{0} - limb{digit < 0}; }
+    static std::size_t index_of(int digit) noexcept
+    {
+        return std::size_t(digit < 0 ? -digit : digit) / 2;
+    }
+    static limb_mask sign_of(int digit) noexcept
+    {
+        return limb{0} - limb{digit < 0};
+    }
 
     static void reduce(const curve_engine& engine, field_number& r, const field_number& a) noexcept
     {
@@ -373,6 +407,16 @@ struct prepared_curve : curve_engine {
         std::copy_n(product->v, kLimbs, r.v);
     }
 
+    static bool invert_scalar(const curve_engine& engine, field_number& r, const field_number& a) noexcept
+    {
+        secret<element> value;
+        std::copy_n(a.v, kLimbs, value->v);
+        const limb_mask found = of(engine).scalars.plain_inverse(*value, *value);
+        std::copy_n(value->v, kLimbs, r.v);
+        wipe_spent_stack();
+        return found != 0;
+    }
+
     static void combine_scalars(const curve_engine& engine, field_number& r, const field_number& a,
                                 const field_number& b, const field_number& c, const field_number& d) noexcept
     {
@@ -388,9 +432,9 @@ struct prepared_curve : curve_engine {
         wipe_spent_stack();
     }
 
-    static constexpr curve_operations kOperations{is_on_curve,     is_singular,          add,
-                                                  multiply_secret, multiply_base_secret, multiply_both,
-                                                  reduce,          multiply_scalars,     combine_scalars};
+    static constexpr curve_operations kOperations{is_on_curve,          is_singular,    add,    multiply_secret,
+                                                  multiply_base_secret, multiply_both,  reduce, multiply_scalars,
+                                                  invert_scalar,        combine_scalars};
 
     static curve_engine* make(const curve_numbers& numbers) noexcept
     {

@@ -143,24 +143,17 @@ std::uint32_t sign_ecdsa_with_nonce(ZRC_BIGINT& r, ZRC_BIGINT& s, const ZRC_ECDS
 {
     const curve_engine& engine = *engine_of(unit.curve);
     const ZRC_BIGINT& n = *unit.curve->n;
-    secret_frame frame{unit.pool};
-    ZRC_BIGINT* const inverse = frame.get();
-    if (!inverse) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
-    if (!clear_words(*inverse, n.length) || !secret_mod_inverse(inverse, &k, &n))
-        return ZRC_ERR_MOD_INVERSE_BIGINT_FAIL;
-    inverse->length = n.length;
-
-    secret<field_number> scalar, r_limbs, sum, key;
+    secret<field_number> scalar, inverse, r_limbs, sum, key;
     secret<plain_point> point;
     load_number(*scalar, k);
+    if (!engine.operations->invert_scalar(engine, *inverse, *scalar)) return ZRC_ERR_MOD_INVERSE_BIGINT_FAIL;
     engine.operations->multiply_base_secret(engine, *point, *scalar);
     engine.operations->reduce(engine, *r_limbs, point->x);
 
-    load_number(*scalar, *inverse);
     load_number(*sum, z);
     load_number(*key, *unit.d);
     engine.operations->reduce(engine, *sum, *sum);
-    engine.operations->combine_scalars(engine, *sum, *sum, *r_limbs, *key, *scalar);
+    engine.operations->combine_scalars(engine, *sum, *sum, *r_limbs, *key, *inverse);
     const auto words = std::size_t(n.length);
     return store_number(r, *r_limbs, words) && store_number(s, *sum, words) ? 0U
                                                                             : std::uint32_t{ZRC_ERR_EXPAND_BIGINT_WORD};

@@ -7,6 +7,8 @@
 #include "bigint/limb.hpp"
 #include "bigint/mont_limb_core.hpp"
 #include "core/settled.hpp"
+#include "pubkey/field_inverse.hpp"
+#include "pubkey/field_mask.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,17 +20,11 @@ struct field_element {
     limb v[N];
 };
 
-// A condition as a mask: all ones or zero.
-using limb_mask = limb;
-
-[[gnu::always_inline]] inline limb_mask mask_if_zero(limb value) noexcept
-{
-    return settled(limb{0} - (~(value | (limb{0} - value)) >> (kLimbBits - 1)));
-}
-
 // Operations on N limbs in portable C++. Results may be operands.
 template <std::size_t N>
 struct plain_limbs {
+    static constexpr std::size_t kLimbs = N;
+
     // r = a + b; returns the carry.
     static limb add(limb (&r)[N], const limb (&a)[N], const limb (&b)[N]) noexcept
     {
@@ -98,6 +94,44 @@ struct p521_limbs : plain_limbs<521 / kLimbBits + 1> {
             }
             t[i + kLimbs] = carry;
         }
+        return fold(r, t);
+    }
+
+    static limb sqr(limb (&r)[kLimbs], const limb (&a)[kLimbs], const limb (&)[kLimbs], limb) noexcept
+    {
+        limb t[2 * kLimbs] = {};
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i) {
+            limb carry = 0;
+#pragma GCC unroll 9
+            for (std::size_t j = i + 1; j < kLimbs; ++j) {
+                const double_limb sum = double_limb{a[j]} * a[i] + t[i + j] + carry;
+                t[i + j] = limb(sum);
+                carry = limb(sum >> kLimbBits);
+            }
+            t[i + kLimbs] = carry;
+        }
+        // Those products twice, and the squares of limbs.
+        limb carry = 0, above = 0;
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i) {
+            const double_limb square = double_limb{a[i]} * a[i];
+            const double_limb low = double_limb{t[2 * i] << 1 | above} + limb(square) + carry;
+            const limb middle = t[2 * i] >> (kLimbBits - 1);
+            const double_limb high =
+                double_limb{t[2 * i + 1] << 1 | middle} + limb(square >> kLimbBits) + limb(low >> kLimbBits);
+            above = t[2 * i + 1] >> (kLimbBits - 1);
+            carry = limb(high >> kLimbBits);
+            t[2 * i] = limb(low);
+            t[2 * i + 1] = limb(high);
+        }
+        return fold(r, t);
+    }
+
+private:
+    // r = t B^-kLimbs mod m plus perhaps m. Returns the limb above r.
+    static limb fold(limb (&r)[kLimbs], limb (&t)[2 * kLimbs]) noexcept
+    {
         // All multiples at once: q is the lower half of t with what they add to it.
         constexpr unsigned kShift = 521 % kLimbBits;
         limb carry = 0, above = 0;
@@ -116,7 +150,82 @@ struct p521_limbs : plain_limbs<521 / kLimbBits + 1> {
     }
 };
 
-template <std::size_t N, class Limbs = plain_limbs<N>>
+// Operations modulo m on numbers below m, made of those of Limbs. Results may be operands.
+template <class Limbs>
+struct modular {
+    static constexpr std::size_t kLimbs = Limbs::kLimbs;
+    static constexpr bool kInlined = false; // into what uses them, as opposed to calls
+    using number = limb[kLimbs];
+
+    // r = a b R^-1 for a below R.
+    static void mul(number& r, const number& a, const number& b, const number& m, limb n0) noexcept
+    {
+        number t;
+        const limb top = Limbs::mul(t, a, b, m, n0);
+        subtract_once(r, t, top, m);
+    }
+
+    static void sqr(number& r, const number& a, const number& m, limb n0) noexcept
+    {
+        number t;
+        limb top;
+        if constexpr (requires { Limbs::sqr(t, a, m, n0); }) {
+            top = Limbs::sqr(t, a, m, n0);
+        } else {
+            top = Limbs::mul(t, a, a, m, n0);
+        }
+        subtract_once(r, t, top, m);
+    }
+
+    static void add(number& r, const number& a, const number& b, const number& m) noexcept
+    {
+        number sum;
+        const limb carry = Limbs::add(sum, a, b);
+        subtract_once(r, sum, carry, m);
+    }
+
+    static void sub(number& r, const number& a, const number& b, const number& m) noexcept
+    {
+        number difference;
+        const limb borrow = Limbs::sub(difference, a, b);
+        add_if(limb{0} - borrow, r, difference, m);
+    }
+
+    // r = a / 2.
+    static void half(number& r, const number& a, const number& m) noexcept
+    {
+        number even;
+        const limb carry = add_if(limb{0} - (a[0] & 1), even, a, m);
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i)
+            r[i] = even[i] >> 1 | (i + 1 < kLimbs ? even[i + 1] : carry) << (kLimbBits - 1);
+    }
+
+private:
+    // r = t + top B^N, below 2 m, modulo m.
+    static void subtract_once(number& r, const number& t, limb top, const number& m) noexcept
+    {
+        number reduced;
+        const limb borrow = Limbs::sub(reduced, t, m);
+        const limb_mask keep = settled(limb{0} - (borrow & (top ^ 1)));
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i)
+            r[i] = settled(reduced[i] ^ ((reduced[i] ^ t[i]) & keep)); // vectors would wait for single limbs
+    }
+
+    // r = a, plus m where the mask is set. Returns the carry.
+    static limb add_if(limb_mask mask, number& r, const number& a, const number& m) noexcept
+    {
+        mask = settled(mask);
+        number addend;
+#pragma GCC unroll 9
+        for (std::size_t i = 0; i < kLimbs; ++i)
+            addend[i] = settled(m[i] & mask);
+        return Limbs::add(r, a, addend);
+    }
+};
+
+template <std::size_t N, class Arithmetic = modular<plain_limbs<N>>>
 class prime_field {
 public:
     using element = field_element<N>;
@@ -133,6 +242,13 @@ public:
         square_ = one_;
         for (std::size_t i = 0; i < N * kLimbBits; ++i)
             add(square_, square_, square_);
+        cube_ = square_;
+        for (std::size_t i = 0; i < N * kLimbBits; ++i)
+            add(cube_, cube_, cube_);
+        std::size_t bits = N * kLimbBits;
+        while ((m[(bits - 1) / kLimbBits] >> ((bits - 1) % kLimbBits) & 1) == 0)
+            --bits;
+        matrices_ = divstep_inverse<N>::matrices(bits);
     }
 
     const limb* modulus() const noexcept { return m_.v; }
@@ -154,83 +270,60 @@ public:
     }
 
     // r = a b R^-1 for a below R and b below m. Here and below, r may be an operand.
-    [[gnu::noinline]] void mul(element& r, const element& a, const element& b) const noexcept
+    [[gnu::always_inline]] void mul(element& r, const element& a, const element& b) const noexcept
     {
-        limb t[N];
-        const limb top = Limbs::mul(t, a.v, b.v, m_.v, n0_);
-        subtract_once(r, t, top);
+        if constexpr (Arithmetic::kInlined) {
+            Arithmetic::mul(r.v, a.v, b.v, m_.v, n0_);
+        } else {
+            call_mul(r, a, b);
+        }
     }
 
-    void sqr(element& r, const element& a) const noexcept { mul(r, a, a); }
-
-    [[gnu::noinline]] void add(element& r, const element& a, const element& b) const noexcept
+    [[gnu::always_inline]] void sqr(element& r, const element& a) const noexcept
     {
-        limb sum[N];
-        const limb carry = Limbs::add(sum, a.v, b.v);
-        subtract_once(r, sum, carry);
+        if constexpr (Arithmetic::kInlined) {
+            Arithmetic::sqr(r.v, a.v, m_.v, n0_);
+        } else {
+            call_sqr(r, a);
+        }
     }
 
-    [[gnu::noinline]] void sub(element& r, const element& a, const element& b) const noexcept
+    [[gnu::always_inline]] void add(element& r, const element& a, const element& b) const noexcept
     {
-        limb difference[N];
-        const limb borrow = Limbs::sub(difference, a.v, b.v);
-        add_modulus(r, difference, limb{0} - borrow);
+        if constexpr (Arithmetic::kInlined) {
+            Arithmetic::add(r.v, a.v, b.v, m_.v);
+        } else {
+            call_add(r, a, b);
+        }
+    }
+
+    [[gnu::always_inline]] void sub(element& r, const element& a, const element& b) const noexcept
+    {
+        if constexpr (Arithmetic::kInlined) {
+            Arithmetic::sub(r.v, a.v, b.v, m_.v);
+        } else {
+            call_sub(r, a, b);
+        }
     }
 
     // r = a / 2.
-    [[gnu::noinline]] void half(element& r, const element& a) const noexcept
-    {
-        element even;
-        const limb carry = add_modulus(even, a.v, limb{0} - (a.v[0] & 1));
-#pragma GCC unroll 9
-        for (std::size_t i = 0; i < N; ++i)
-            r.v[i] = even.v[i] >> 1 | (i + 1 < N ? even.v[i + 1] : carry) << (kLimbBits - 1);
-    }
+    void half(element& r, const element& a) const noexcept { Arithmetic::half(r.v, a.v, m_.v); }
 
-    void twice(element& r, const element& a) const noexcept
-    {
-        add(r, a, a);
-    }
+    void twice(element& r, const element& a) const noexcept { add(r, a, a); }
 
-    void negate(element& r, const element& a) const noexcept
-    {
-        sub(r, element{}, a);
-    }
+    void negate(element& r, const element& a) const noexcept { sub(r, element{}, a); }
 
-    // a^(m - 2), the inverse if m is prime; 0 of 0.
+    // The inverse, if there is one; 0 of 0.
     void inverse(element& r, const element& a) const noexcept
     {
-        constexpr unsigned kWidth = 4;
-        element odd[1 << (kWidth - 1)], square, power; // a, a^3, a^5, ...
-        sqr(square, a);
-        odd[0] = a;
-        for (std::size_t i = 1; i < std::size(odd); ++i)
-            mul(odd[i], odd[i - 1], square);
+        divstep_inverse<N>::run(r.v, a.v, m_.v, n0_, matrices_);
+        mul(r, r, cube_);
+    }
 
-        limb exponent[N], borrow = 2;
-        for (std::size_t i = 0; i < N; ++i) {
-            exponent[i] = m_.v[i] - borrow;
-            borrow = m_.v[i] < borrow;
-        }
-        const auto bit = [&](std::size_t i) { return (exponent[i / kLimbBits] >> (i % kLimbBits) & 1) != 0; };
-        power = one_;
-        for (std::size_t left = N * kLimbBits; left != 0;) {
-            if (!bit(left - 1)) {
-                --left;
-                sqr(power, power);
-                continue;
-            }
-            std::size_t low = left > kWidth ? left - kWidth : 0; // lowest bit of the window, which is set
-            while (!bit(low))
-                ++low;
-            std::size_t value = 0;
-            for (; left != low; --left) {
-                value = 2 * value + bit(left - 1);
-                sqr(power, power);
-            }
-            mul(power, power, odd[value / 2]);
-        }
-        r = power;
+    // The same of a plain number below m. All ones if it is the inverse.
+    limb_mask plain_inverse(element& r, const element& a) const noexcept
+    {
+        return divstep_inverse<N>::run(r.v, a.v, m_.v, n0_, matrices_);
     }
 
     static limb_mask is_zero(const element& a) noexcept
@@ -257,30 +350,29 @@ public:
     }
 
 private:
-    // r = t + top B^N, below 2 m, modulo m.
-    void subtract_once(element& r, const limb (&t)[N], limb top) const noexcept
+    [[gnu::noinline]] void call_mul(element& r, const element& a, const element& b) const noexcept
     {
-        limb reduced[N];
-        const limb borrow = Limbs::sub(reduced, t, m_.v);
-        const limb_mask keep = settled(limb{0} - (borrow & (top ^ 1)));
-#pragma GCC unroll 9
-        for (std::size_t i = 0; i < N; ++i)
-            r.v[i] = settled(reduced[i] ^ ((reduced[i] ^ t[i]) & keep)); // vectors would wait for single limbs
+        Arithmetic::mul(r.v, a.v, b.v, m_.v, n0_);
     }
 
-    // r = a, plus m where the mask is set. Returns the carry.
-    limb add_modulus(element& r, const limb (&a)[N], limb_mask mask) const noexcept
+    [[gnu::noinline]] void call_sqr(element& r, const element& a) const noexcept
     {
-        mask = settled(mask);
-        limb addend[N];
-#pragma GCC unroll 9
-        for (std::size_t i = 0; i < N; ++i)
-            addend[i] = settled(m_.v[i] & mask);
-        return Limbs::add(r.v, a, addend);
+        Arithmetic::sqr(r.v, a.v, m_.v, n0_);
     }
 
-    element m_, one_, square_; // square_ = R^2 mod m
-    limb n0_;                  // -m^-1 mod B
+    [[gnu::noinline]] void call_add(element& r, const element& a, const element& b) const noexcept
+    {
+        Arithmetic::add(r.v, a.v, b.v, m_.v);
+    }
+
+    [[gnu::noinline]] void call_sub(element& r, const element& a, const element& b) const noexcept
+    {
+        Arithmetic::sub(r.v, a.v, b.v, m_.v);
+    }
+
+    element m_, one_, square_, cube_; // R^2 and R^3 mod m
+    limb n0_;                         // -m^-1 mod B
+    std::size_t matrices_;            // of an inversion
 };
 
 } // namespace zrc

@@ -7,6 +7,14 @@
 #include <cstddef>
 #include <immintrin.h>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define KESTRIM_ADDRESSES_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KESTRIM_ADDRESSES_CHECKED 1
+#endif
+#endif
+
 namespace zrc {
 
 // Low and high limb of a product, each into its own carry chain.
@@ -57,6 +65,8 @@ namespace zrc {
 
 template <std::size_t N>
 struct adx_limbs {
+    static constexpr std::size_t kLimbs = N;
+
     static limb add(limb (&r)[N], const limb (&a)[N], const limb (&b)[N]) noexcept
     {
         unsigned char carry = 0;
@@ -120,37 +130,77 @@ protected:
     }
 };
 
-// For the prime of P-256, 2^256 - 2^224 + 2^192 + 2^96 - 1, whose negative inverse is 1: a limb q is cleared by
-// q 2^96 + q (2^64 - 2^32 + 1) 2^192.
-struct p256_adx_limbs : adx_limbs<4> {
-    static limb mul(limb (&r)[4], const limb (&a)[4], const limb (&b)[4], const limb (&)[4], limb) noexcept
+// Numbers as operands. Each limb is one, so that numbers on the stack are found there without a register for their
+// address; but compilers that do not optimise, or check addresses, would use a register for each limb.
+#if defined(__OPTIMIZE__) && !defined(KESTRIM_ADDRESSES_CHECKED)
+#define KESTRIM_LIMB(name, i) "%[" #name #i "]"
+#define KESTRIM_NUMBER(name)                                                                                           \
+    [name##0] "m"(name[0]), [name##1] "m"(name[1]), [name##2] "m"(name[2]), [name##3] "m"(name[3])
+#define KESTRIM_CLOBBERED "cc"
+#else
+#define KESTRIM_LIMB(name, i) #i "*8(%[" #name "])"
+#define KESTRIM_NUMBER(name) [name] "r"(name)
+#define KESTRIM_CLOBBERED "cc", "memory"
+#endif
+
+// Sums and differences of 4 limbs in registers.
+struct adx_4 : modular<adx_limbs<4>> {
+    [[gnu::always_inline]] static void add(number& r, const number& a, const number& b, const number& m) noexcept
     {
-        limb t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0;
-        step(t0, t1, t2, t3, t4, t5, a, b[0]);
-        step(t1, t2, t3, t4, t5, t0, a, b[1]);
-        step(t2, t3, t4, t5, t0, t1, a, b[2]);
-        step(t3, t4, t5, t0, t1, t2, a, b[3]);
-        return put(r, t4, t5, t0, t1, t2);
+        limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], u0, u1, u2, u3, carry;
+        // clang-format off
+        __asm__("addq " KESTRIM_LIMB(b, 0) ", %[t0]\n\t"
+                "adcq " KESTRIM_LIMB(b, 1) ", %[t1]\n\t"
+                "adcq " KESTRIM_LIMB(b, 2) ", %[t2]\n\t"
+                "adcq " KESTRIM_LIMB(b, 3) ", %[t3]\n\t"
+                "sbbq %[carry], %[carry]\n\t"
+                "movq %[t0], %[u0]\n\t"
+                "movq %[t1], %[u1]\n\t"
+                "movq %[t2], %[u2]\n\t"
+                "movq %[t3], %[u3]\n\t"
+                "subq " KESTRIM_LIMB(m, 0) ", %[t0]\n\t"
+                "sbbq " KESTRIM_LIMB(m, 1) ", %[t1]\n\t"
+                "sbbq " KESTRIM_LIMB(m, 2) ", %[t2]\n\t"
+                "sbbq " KESTRIM_LIMB(m, 3) ", %[t3]\n\t"
+                "sbbq $0, %[carry]\n\t" // leaves a borrow when the sum was below m
+                "cmovcq %[u0], %[t0]\n\t"
+                "cmovcq %[u1], %[t1]\n\t"
+                "cmovcq %[u2], %[t2]\n\t"
+                "cmovcq %[u3], %[t3]\n\t"
+                : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3),
+                  [u0] "=&r"(u0), [u1] "=&r"(u1), [u2] "=&r"(u2), [u3] "=&r"(u3), [carry] "=&r"(carry)
+                : KESTRIM_NUMBER(b), KESTRIM_NUMBER(m)
+                : KESTRIM_CLOBBERED);
+        // clang-format on
+        r[0] = t0, r[1] = t1, r[2] = t2, r[3] = t3;
     }
 
-private:
-    [[gnu::always_inline]] static void step(limb& t0, limb& t1, limb& t2, limb& t3, limb& t4, limb& t5,
-                                            const limb (&a)[4], limb w) noexcept
+    [[gnu::always_inline]] static void sub(number& r, const number& a, const number& b, const number& m) noexcept
     {
-        add_product_row(t0, t1, t2, t3, t4, t5, a, w);
-        constexpr limb kTop = 0xFFFFFFFF00000001;
-        limb l = t0 << 32, h = t0 >> 32;
-        __asm__(
-            "addq %[l], %[t1]\n\t"
-            "adcq %[h], %[t2]\n\t"
-            "mulxq %[top], %[l], %[h]\n\t"
-            "adcq %[l], %[t3]\n\t"
-            "adcq %[h], %[t4]\n\t"
-            "adcq $0, %[t5]\n\t"
-            : [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [l] "+&r"(l), [h] "+&r"(h)
-            : [top] "r"(kTop), "d"(t0)
-            : "cc");
-        t0 = 0;
+        limb t0 = a[0], t1 = a[1], t2 = a[2], t3 = a[3], u0, u1, u2, u3;
+        // clang-format off
+        __asm__("subq " KESTRIM_LIMB(b, 0) ", %[t0]\n\t"
+                "sbbq " KESTRIM_LIMB(b, 1) ", %[t1]\n\t"
+                "sbbq " KESTRIM_LIMB(b, 2) ", %[t2]\n\t"
+                "sbbq " KESTRIM_LIMB(b, 3) ", %[t3]\n\t"
+                "sbbq %[u0], %[u0]\n\t" // the borrow as a mask of the modulus
+                "movq %[u0], %[u1]\n\t"
+                "movq %[u0], %[u2]\n\t"
+                "movq %[u0], %[u3]\n\t"
+                "andq " KESTRIM_LIMB(m, 0) ", %[u0]\n\t"
+                "andq " KESTRIM_LIMB(m, 1) ", %[u1]\n\t"
+                "andq " KESTRIM_LIMB(m, 2) ", %[u2]\n\t"
+                "andq " KESTRIM_LIMB(m, 3) ", %[u3]\n\t"
+                "addq %[u0], %[t0]\n\t"
+                "adcq %[u1], %[t1]\n\t"
+                "adcq %[u2], %[t2]\n\t"
+                "adcq %[u3], %[t3]\n\t"
+                : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3),
+                  [u0] "=&r"(u0), [u1] "=&r"(u1), [u2] "=&r"(u2), [u3] "=&r"(u3)
+                : KESTRIM_NUMBER(b), KESTRIM_NUMBER(m)
+                : KESTRIM_CLOBBERED);
+        // clang-format on
+        r[0] = t0, r[1] = t1, r[2] = t2, r[3] = t3;
     }
 };
 

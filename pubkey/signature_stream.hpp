@@ -59,16 +59,22 @@ std::uint32_t final_signature(Unit* unit, const signature_buffers& to, auto fail
     return Verify(unit, to.R, *to.R_length, to.S, *to.S_length);
 }
 
-// z = the leftmost bits of the message's digest, as many as q has at most. Returns 0 or the reason.
-template <class Unit>
-std::uint32_t finish_message(ZRC_BIGINT& z, const Unit& unit, const ZRC_BIGINT& q) noexcept
-{
-    secret_array<std::uint8_t, kMostDigestBytes> hash;
-    std::int32_t length = 0;
-    if (ZRC_Final_DIGEST(unit.digest, hash.data(), &length) != 0) return ZRC_ERR_FINAL_DIGEST_FAIL;
-    const bool set = set_leftmost_bits(z, {hash.data(), std::size_t(length)}, q);
-    return set ? 0U : std::uint32_t{ZRC_ERR_BINARY_TO_BIGINT_FAIL};
-}
+// The digest of a message, which ends with it.
+class message_digest {
+public:
+    // False when the digest failed.
+    bool finish(ZRC_DIGEST_UNIT* unit) noexcept { return ZRC_Final_DIGEST(unit, bytes_.data(), &length_) == 0; }
+
+    // z = the leftmost bits, as many as q has at most. False without memory.
+    bool set_number(ZRC_BIGINT& z, const ZRC_BIGINT& q) noexcept
+    {
+        return set_leftmost_bits(z, {bytes_.data(), std::size_t(length_)}, q);
+    }
+
+private:
+    secret_array<std::uint8_t, kMostDigestBytes> bytes_;
+    std::int32_t length_ = 0;
+};
 
 // What a family says when there is no nonce, and when no nonce gave a signature.
 struct signing_reasons {
@@ -81,10 +87,12 @@ template <class Unit>
 std::uint32_t sign_message(const Unit& unit, const ZRC_BIGINT& q, const signature_buffers& to,
                            const signing_reasons& reasons, auto sign_with_nonce) noexcept
 {
+    message_digest digest; // first: the message has ended, whatever comes
+    if (!digest.finish(unit.digest)) return ZRC_ERR_FINAL_DIGEST_FAIL;
     secret_frame frame{unit.pool};
     ZRC_BIGINT *const z = frame.get(), *const k = frame.get(), *const r = frame.get(), *const s = frame.get();
     if (!frame.open() || !z || !k || !r || !s) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
-    if (const std::uint32_t reason = finish_message(*z, unit, q); reason != 0) return reason;
+    if (!digest.set_number(*z, q)) return ZRC_ERR_BINARY_TO_BIGINT_FAIL;
 
     for (int draws = 0; is_zero(*r) || is_zero(*s); ++draws) {
         if (draws == kMostDraws) return reasons.no_signature;
@@ -111,10 +119,12 @@ struct signature_bytes {
 template <class Unit>
 std::uint32_t verify_message(const Unit& unit, const ZRC_BIGINT& q, const signature_bytes& from, auto test) noexcept
 {
+    message_digest digest; // first: the message has ended, whatever comes
+    if (!digest.finish(unit.digest)) return ZRC_ERR_FINAL_DIGEST_FAIL;
     secret_frame frame{unit.pool};
     ZRC_BIGINT *const z = frame.get(), *const r = frame.get(), *const s = frame.get();
     if (!frame.open() || !z || !r || !s) return ZRC_ERR_GET_BIGINT_POOL_FAIL;
-    if (const std::uint32_t reason = finish_message(*z, unit, q); reason != 0) return reason;
+    if (!digest.set_number(*z, q)) return ZRC_ERR_BINARY_TO_BIGINT_FAIL;
     if (!ZRC_Binary_To_BIGINT(from.R, from.R_length, r) || !ZRC_Binary_To_BIGINT(from.S, from.S_length, s))
         return ZRC_ERR_BINARY_TO_BIGINT_FAIL;
     for (const ZRC_BIGINT* number : {r, s})

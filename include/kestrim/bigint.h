@@ -132,7 +132,7 @@ ZRC_API int32_t ZRC_Is_BIGINT_Bit_Set(const ZRC_BIGINT *bn, int32_t bit);
 ZRC_API int32_t ZRC_Cmp_BIGINT(const ZRC_BIGINT *a, const ZRC_BIGINT *b);
 
 /*
- * zrc_Cmp_BIGINT_Words - the same for two arrays of `words` words each; 0 for no words.
+ * zrc_Cmp_BIGINT_Words - the same for two arrays of `words` words each; 0 for no words, 1 when an array is null.
  */
 ZRC_API int32_t zrc_Cmp_BIGINT_Words(const uint32_t *a, const uint32_t *b, int32_t words);
 

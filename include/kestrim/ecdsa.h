@@ -137,7 +137,7 @@ ZRC_API uint32_t ZRC_Final_ECDSA(ZRC_ECDSA_UNIT *unit, uint8_t *R, int32_t *R_le
  *   0x2104001B  ZRC_ERR_GET_BIGINT_POOL_FAIL      no memory for temporaries
  *   0x21040005  ZRC_ERR_BINARY_TO_BIGINT_FAIL     no memory for the digest as a number
  *   0x2104001D  ZRC_ERR_GET_RAND_FAIL             the generator failed, or no memory for k
- *   0x21040041  ZRC_ERR_MOD_INVERSE_BIGINT_FAIL   no memory for the inverse of k, or n is not prime and k has none
+ *   0x21040041  ZRC_ERR_MOD_INVERSE_BIGINT_FAIL   n is not prime, and k has no inverse
  *   0x21040016  ZRC_ERR_EXPAND_BIGINT_WORD        no memory for r or s
  *   0x21040054  ZRC_ERR_SIGN_FAILURE              r or s was 0 for many k: the curve is none
  */

@@ -59,8 +59,9 @@ typedef struct ZRC_STREAM ZRC_STREAM;
  * call an operation, so that it sees an open stream, no null pointer and a length of 1 or more. Creating and freeing
  * are the same for every kind but for the state: state_length zero bytes that exist from Open to Close.
  *
- * Operations return 0 or a reason (ZRC_ERR_*; of a whole code the low byte counts). A null one is not there: what
- * needs it is refused with ZRC_ERR_NOT_SUPPORTED, and open, flush, close and free do nothing.
+ * Operations return 0 or a reason (ZRC_ERR_*; of a whole code the low byte counts, and ZRC_ERR_SUB_OPERATION_FAILURE
+ * if that is 0). A null one is not there: what needs it is refused with ZRC_ERR_NOT_SUPPORTED, and open, flush, close
+ * and free do nothing.
  */
 typedef struct ZRC_STREAM_OPERATIONS {
     const char *name;      /* "file", ... */

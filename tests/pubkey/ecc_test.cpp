@@ -267,6 +267,8 @@ TEST(Ecc, RefusesMissingArguments)
     EXPECT_EQ(ZRC_Cmp_ECC_POINT(nullptr, r.get()), 1);
     EXPECT_EQ(ZRC_Cmp_ECC_POINT(off.get(), r.get()), 1);
     EXPECT_EQ(ZRC_Cmp_ECC_POINT(off.get(), test::point(of({1, 0, 0}), one).get()), 0) << "zero words on top";
+    const bigint zero{ZRC_New_BIGINT()}; // without an array
+    EXPECT_EQ(ZRC_Cmp_ECC_POINT(test::point(zero, one).get(), test::point(zero, one).get()), 0);
     EXPECT_EQ(ZRC_Copy_ECC_CURVE(copy.get(), fresh.get()), 0x21090049U);
     EXPECT_EQ(ZRC_Copy_ECC_CURVE(nullptr, curve), 0x21090049U);
     for (const ZRC_ECC_CURVE* none : {fresh.get(), static_cast<ZRC_ECC_CURVE*>(nullptr)}) {
