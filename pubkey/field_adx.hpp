@@ -135,7 +135,7 @@ protected:
 #if defined(__OPTIMIZE__) && !defined(KESTRIM_ADDRESSES_CHECKED)
 #define KESTRIM_LIMB(name, i) "%[" #name #i "]"
 #define KESTRIM_NUMBER(name)                                                                                           \
-    [name##0] "m"(name[0]), [name##1] "m"(name[1]), [name##2] "m"(name[2]), [name##3] "m"(name[3])
+    [name##0] "m"((name)[0]), [name##1] "m"((name)[1]), [name##2] "m"((name)[2]), [name##3] "m"((name)[3])
 #define KESTRIM_CLOBBERED "cc"
 #else
 #define KESTRIM_LIMB(name, i) #i "*8(%[" #name "])"
