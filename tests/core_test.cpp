@@ -3,13 +3,9 @@
 #include "tests/scratch_files.hpp"
 #include "tests/support.hpp"
 
-#include <atomic>
-#include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
-#include <thread>
 
 namespace {
 
@@ -51,29 +47,6 @@ TEST(Memory, ReallocKeepsTheBytesAndTakesNull)
 }
 
 // Locks
-
-TEST(Lock, ExcludesAndWaits)
-{
-    pthread_mutex_t mutex;
-    ASSERT_EQ(zrc_Init_Lock(&mutex), 0U);
-    ASSERT_EQ(zrc_Wait_Lock(&mutex), 0U);
-    std::atomic<bool> started = false, released = false, waited = false;
-    std::thread waiter{[&] {
-        EXPECT_EQ(pthread_mutex_trylock(&mutex), EBUSY);
-        started = true;
-        EXPECT_EQ(zrc_Wait_Lock(&mutex), 0U);
-        waited = released.load();
-        EXPECT_EQ(zrc_Release_Lock(&mutex), 0U);
-    }};
-    while (!started)
-        std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20)); // time for a lock that does not wait to show it
-    released = true;
-    EXPECT_EQ(zrc_Release_Lock(&mutex), 0U);
-    waiter.join();
-    EXPECT_TRUE(waited);
-    EXPECT_EQ(zrc_Clear_Lock(&mutex), 0U);
-}
 
 // ThreadSanitizer reports the misuse that this test is about.
 #if defined(__SANITIZE_THREAD__)
@@ -213,19 +186,6 @@ TEST_F(Files, ReadRefusesWhatIsNotAFileOf1To2To31Bytes)
     std::uint8_t* out = nullptr;
     EXPECT_EQ(zrc_File_To_Binary(nullptr, &out), -1);
     EXPECT_EQ(zrc_File_To_Binary(empty.c_str(), nullptr), -1);
-}
-
-// A file that promises more bytes than it gives: sysfs attributes have the size of a page, whatever they hold.
-TEST_F(Files, ReadRefusesAFileThatIsShorterThanItsSize)
-{
-    const char* const kAttribute = "/sys/kernel/mm/transparent_hugepage/enabled";
-    struct stat status;
-    if (stat(kAttribute, &status) != 0 || status.st_size <= off_t(contents(kAttribute).size())) {
-        GTEST_SKIP() << "no such file here";
-    }
-    std::uint8_t* out = nullptr;
-    EXPECT_EQ(zrc_File_To_Binary(kAttribute, &out), -1);
-    EXPECT_EQ(out, nullptr);
 }
 
 TEST(Version, IsTheDocumentedOne)

@@ -1,6 +1,5 @@
-// Every kernel that this machine can run, against the portable one and against published digests.
+// Every kernel that this machine can run, against the portable one.
 #include "digest/sha_blocks.hpp"
-#include "kestrim_crypto.h"
 #include "tests/runnable.hpp"
 #include "tests/vector_file.hpp"
 
@@ -35,43 +34,11 @@ void expect_equal_kernels(zrc::kernel_choice<Run>& kernels, std::size_t block)
     }
 }
 
-template <class Run>
-void expect_published_digests(zrc::kernel_choice<Run>& kernels, std::int32_t id, const char* section)
-{
-    const auto runnable = test::runnable(kernels);
-    for (const auto& kernel : runnable) {
-        kernels.force(kernel.run);
-        EXPECT_EQ(kernels.get(), kernel.run);
-        for (const test::stanza& vector : test::read_vectors("sha.txt", section)) {
-            const test::bytes& message = vector["message"];
-            test::bytes digest(64);
-            std::int32_t length = 0;
-            EXPECT_EQ(ZRC_DIGEST(id, message.empty() ? digest.data() : message.data(), std::int32_t(message.size()),
-                                 digest.data(), &length),
-                      0U);
-            digest.resize(std::size_t(length));
-            EXPECT_EQ(test::hex(digest), test::hex(vector["digest"])) << kernel.name << " " << vector.place;
-        }
-    }
-    // Released, the choice is again the first of the list that can run.
-    kernels.force(nullptr);
-    EXPECT_EQ(kernels.get(), runnable.front().run);
-}
-
 TEST(Kernel, EqualsThePortableOne)
 {
     expect_equal_kernels<std::uint32_t, 5>(zrc::sha1_kernels, 64);
     expect_equal_kernels<std::uint32_t, 8>(zrc::sha256_kernels, 64);
     expect_equal_kernels<std::uint64_t, 8>(zrc::sha512_kernels, 128);
-}
-
-TEST(Kernel, GivesThePublishedDigests)
-{
-    expect_published_digests(zrc::sha1_kernels, ZRC_SHA1, "SHA-1");
-    expect_published_digests(zrc::sha256_kernels, ZRC_SHA224, "SHA-224");
-    expect_published_digests(zrc::sha256_kernels, ZRC_SHA256, "SHA-256");
-    expect_published_digests(zrc::sha512_kernels, ZRC_SHA384, "SHA-384");
-    expect_published_digests(zrc::sha512_kernels, ZRC_SHA512, "SHA-512");
 }
 
 } // namespace

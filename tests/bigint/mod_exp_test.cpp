@@ -129,26 +129,6 @@ TEST_F(ModExp, ProductOfTwoPowers)
     }
 }
 
-TEST_F(ModExp, ProductWithoutAPower)
-{
-    using enum zrc::mod_exp_outcome;
-    constexpr struct {
-        std::uint32_t a, e, b, f, m;
-        zrc::mod_exp_outcome outcome;
-        std::uint32_t result; // 9: as before
-    } kCases[] = {
-        {0, 3, 2, 3, 35, base_is_zero, 9}, {2, 3, 70, 3, 35, base_is_zero, 9}, {35, 0, 2, 3, 35, done, 8},
-        {2, 3, 0, 0, 35, done, 8},         {0, 0, 0, 0, 35, done, 1},          {2, 0, 2, 0, 1, base_is_zero, 9},
-        {2, 3, 2, 3, 1, base_is_zero, 9},  {2, 3, 2, 3, 34, bad_modulus, 9},   {2, 0, 2, 0, 34, bad_modulus, 9},
-        {2, 3, 2, 3, 0, bad_modulus, 9},   {15, 1, 15, 1, 225, done, 0},
-    };
-    for (const auto& x : kCases) {
-        const bigint r = small(9);
-        EXPECT_EQ(zrc::open_mod_exp_product(r, small(x.a), small(x.e), small(x.b), small(x.f), small(x.m)), x.outcome);
-        EXPECT_EQ(ZRC_Get_BIGINT_Word(r), x.result) << &x - kCases;
-    }
-}
-
 TEST_F(ModExp, Quirks)
 {
     // An exponent of 0 gives 1 for every modulus; a base that reduces to 0 leaves the result as it was.
@@ -220,19 +200,6 @@ TEST_F(Montgomery, Vectors)
         EXPECT_EQ(set(of(modulus)), 0U);
         EXPECT_NE(words_of(mont->N).back(), 0U);
         EXPECT_EQ(mont->ninv0, 0xFFFFFFFFU) << "a low word of 1";
-    }
-}
-
-TEST_F(Montgomery, OperandsThatAreNotReduced)
-{
-    test::number_source random{5};
-    for (const std::size_t bits : {20U, 32U, 64U, 96U, 250U, 288U}) {
-        const bigint m = random.odd(bits), a = random.number(bits + 40), b = random.number(2 * bits + 1);
-        const bigint r = of({}), expected = of({});
-        ASSERT_EQ(set(m), 0U);
-        EXPECT_EQ(multiply(r, a, b) | multiply(r, r, &mont->RR), 0U); // (a b R^-1) R^2 R^-1 = a b
-        EXPECT_EQ(ZRC_Mod_Mtp_BIGINT(expected, a, b, m, pool()), 0U);
-        EXPECT_EQ(words_of(r), words_of(expected)) << bits;
     }
 }
 

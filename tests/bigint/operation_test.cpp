@@ -1,6 +1,5 @@
 // Sums, products, quotients, shifts, modular arithmetic and random values: published answers, the documented
-// peculiarities, every code, growth, and values that are not normalised. bigint_peer_test.cpp compares with another
-// library, by the million.
+// peculiarities, every code, and growth. bigint_peer_test.cpp compares with another library, by the million.
 #include "kestrim/bigint_arithmetic.h"
 #include "tests/bigint/bigint_value.hpp"
 #include "tests/vector_file.hpp"
@@ -119,20 +118,6 @@ TEST_F(Operation, ResultsGrowOnceToTheDocumentedSize)
     }
 }
 
-// bigint_peer_test.cpp has the other values with zero words on top.
-TEST_F(Operation, ZerosThatAreNotNormalised)
-{
-    const bigint a = of({9, 1, 0, 0}), five = of({5}), same = of({5, 0, 0}), zero = of({0, 0, 0}), none = of({});
-    EXPECT_EQ(result([&](auto* r) { return ZRC_Add_BIGINT(r, zero, zero); }), word_list{});
-    EXPECT_EQ(result([&](auto* r) { return ZRC_Sub_BIGINT(r, five, same); }), word_list{});
-    EXPECT_EQ(result([&](auto* r) { return ZRC_Sub_BIGINT(r, none, zero); }), word_list{});
-    EXPECT_EQ(result([&](auto* r) { return ZRC_Mtp_BIGINT(r, a, zero, pool()); }), word_list{});
-    EXPECT_EQ(result([&](auto* r) { return ZRC_Sqr_BIGINT(r, zero, pool()); }), word_list{});
-    EXPECT_EQ(result([&](auto* r) { return zrc_Right_Shift_BIGINT(r, a, 33); }), word_list{});
-    EXPECT_EQ(ZRC_Sub_BIGINT_Word(same, 6), 0x0404002BU);
-    EXPECT_EQ(ZRC_Div_BIGINT(a, nullptr, a, zero, pool()), 0x04100028U);
-}
-
 TEST_F(Operation, DivisionByZeroAndNullArgumentsHaveTheirCodes)
 {
     using arguments = std::array<ZRC_BIGINT*, 4>;
@@ -228,24 +213,6 @@ TEST_F(Operation, AResultThatCannotGrowHasItsCodeAndStays)
         {ZRC_Rand_BIGINT_Ex(word, 33, 0, 0), 0x04170005},
     });
     EXPECT_TRUE(word.words == word_list{7} && full.words == kOnes);
-}
-
-TEST_F(Operation, APoolWithoutRoomForAFrameHasItsCode)
-{
-    const bigint a = of(kOnes), d = of({1, 1}), r = of({});
-    const test::pool_ptr full{ZRC_New_BIGINT_Pool()};
-    while (full->depth < 79)
-        ASSERT_EQ(ZRC_Start_BIGINT_Pool(full), 0U);
-    test::expect_codes({
-        {ZRC_Mtp_BIGINT(r, a, a, full), 0x04120057},
-        {ZRC_Sqr_BIGINT(r, a, full), 0x04110057},
-        {ZRC_Div_BIGINT(r, nullptr, a, d, full), 0x04100057},
-        {ZRC_Mod_Mtp_BIGINT(r, a, a, d, full), 0x04130057},
-        {ZRC_Mod_Sub_BIGINT(r, a, d, d, full), 0x040F0057},
-        {ZRC_Mod_Inverse_BIGINT(nullptr, r, d, full), 0x04070057},
-        {ZRC_Mod_Exp_BIGINT(r, a, a, d, full), 0x04140057},
-    });
-    EXPECT_EQ(full->depth, 79);
 }
 
 TEST_F(Operation, RandomValuesHaveTheAskedShape)

@@ -1,12 +1,11 @@
-// Primes: the sieve against the plain search, witnesses against plain arithmetic, published primes and composites,
-// generation of all sizes, quirks and codes.
+// Primes: published primes and composites, generation of all sizes, quirks and codes.
 #include "bigint/miller_rabin.hpp"
-#include "bigint/prime_sieve.hpp"
 #include "bigint/small_primes.hpp"
 #include "kestrim/bigint_arithmetic.h"
 #include "kestrim/bigint_prime.h"
 #include "kestrim/digest.h"
-#include "tests/bigint/number_source.hpp"
+#include "tests/bigint/bigint_value.hpp"
+#include "tests/vector_file.hpp"
 
 #include <climits>
 #include <set>
@@ -86,39 +85,6 @@ TEST_F(Prime, PublishedPrimesAndCompositesAreTold)
         EXPECT_EQ(test(of(composite), 20), -1);
 }
 
-TEST_F(Prime, AllWitnessesOfSmallNumbers)
-{
-    const auto passes = [](std::uint64_t a, std::uint64_t n) {
-        if (a > n - 1) a %= n - 1;
-        std::uint64_t d = n - 1, power = 1;
-        while (d % 2 == 0)
-            d /= 2;
-        for (std::uint64_t i = 0, square = a; d >> i != 0; ++i, square = square * square % n)
-            if ((d >> i & 1) != 0) power = power * square % n;
-        bool passed = power == 1;
-        for (; d < n - 1; d *= 2, power = power * power % n)
-            passed = passed || power == n - 1;
-        return passed;
-    };
-    zrc::witnessed_number first{1}, second{1};
-    std::vector<std::uint32_t> numbers{65537, 0xFFFF, 0x10001 + 2}; // many squarings and none
-    for (std::uint32_t n = 3; n < 300; n += 2)
-        numbers.push_back(n);
-    for (const std::uint32_t n : numbers) {
-        first.set(*of({n}));
-        second.set(*of({n}));
-        const std::uint32_t end = std::uint32_t{1} << first.bits();
-        for (std::uint32_t a = end / 2; a < std::min(end, end / 2 + 300); ++a) {
-            const std::uint32_t other = end - 1 - (a - end / 2);
-            first.set_witness(*of({a}));
-            second.set_witness(*of({other}));
-            const zrc::verdict_pair verdicts = zrc::test_witnesses(first, second);
-            ASSERT_EQ(verdicts.first == zrc::verdict::probable_prime, passes(a, n)) << a << " of " << n;
-            ASSERT_EQ(verdicts.second == zrc::verdict::probable_prime, passes(other, n)) << other << " of " << n;
-        }
-    }
-}
-
 TEST_F(Prime, RoundsAreOneMoreThanWitnesses)
 {
     for (const std::int32_t rounds : {1, 0, -1, INT_MIN})
@@ -140,32 +106,6 @@ TEST_F(Prime, NumbersThatAreNotTested)
         for (const auto& [words, answer] : answers)
             EXPECT_EQ(test(of(words), rounds), answer);
     }
-}
-
-// delta as the plain loop finds it, up to several windows of the sieve's.
-TEST_F(Prime, SieveFindsWhatThePlainSearchFinds)
-{
-    test::number_source random{44};
-    std::uint32_t largest = 0;
-    std::vector<std::uint32_t> sizes{96, 127, 500, 512, 1000, 1024, 1025, 2048, 4100};
-    for (std::uint32_t bits = 2; bits < 70; ++bits)
-        sizes.push_back(bits);
-    for (const std::uint32_t bits : sizes) {
-        zrc::prime_sieve sieve{bits};
-        const std::vector<std::uint32_t> primes = sieving_primes(bits);
-        for (int i = 0; i < 24; ++i) {
-            const bigint candidate = random.odd(bits);
-            std::uint32_t delta = 0;
-            const auto refuses = [&](std::uint32_t prime) {
-                return (ZRC_Mod_BIGINT_Word(candidate, prime) + delta) % prime <= 1;
-            };
-            while (std::ranges::any_of(primes, refuses))
-                delta += 2;
-            ASSERT_EQ(sieve.find(*candidate), delta) << bits;
-            largest = std::max(largest, delta);
-        }
-    }
-    EXPECT_GT(largest, 1024U);
 }
 
 // Each odd prime that the search can come to, and no other number, comes.

@@ -18,7 +18,6 @@ const operation kModMul = [](auto* r, auto& x) { return zrc::secret_mod_mul(r, x
 const operation kModSub = [](auto* r, auto& x) { return zrc::secret_mod_sub(r, x[0], x[1], x[2]); };
 const operation kMulAdd = [](auto* r, auto& x) { return zrc::secret_mul_add(r, x[0], x[1], x[2]); };
 const operation kSubWord = [](auto* r, auto& x) { return zrc::secret_sub_word(r, x[0], 5); };
-const std::pair<operation, std::size_t> kAll[] = {{kMod, 2}, {kModMul, 3}, {kModSub, 3}, {kMulAdd, 3}, {kSubWord, 1}};
 
 // Into another object, and over each operand.
 void expect_result(const operation& run, const operands& x, const bigint& expected, const char* what)
@@ -102,36 +101,13 @@ TEST_F(SecretArithmetic, Comparisons)
                 EXPECT_EQ(zrc::secret_less(b, a), j < i) << i << ' ' << j;
                 EXPECT_EQ(zrc::secret_is_one(a), i == 1) << i;
             }
-    const bigint one = test::of({1});
-    EXPECT_FALSE(zrc::secret_is_one(nullptr) || zrc::secret_equal(nullptr, one) || zrc::secret_equal(one, nullptr) ||
-                 zrc::secret_less(nullptr, one) || zrc::secret_less(one, nullptr));
-}
-
-TEST_F(SecretArithmetic, RefusesArguments)
-{
-    const bigint seven = test::of({7}), r = test::of({9});
-    for (const auto& [run, count] : kAll) {
-        const operands good(count, seven);
-        EXPECT_FALSE(run(nullptr, good));
-        for (std::size_t i = 0; i < count; ++i) {
-            operands bad = good;
-            bad[i] = nullptr;
-            EXPECT_FALSE(run(r, bad)) << i;
-        }
-    }
-    for (const word_list& modulus : {word_list{}, {0}, {7, 0}}) {
-        const bigint m = test::of(modulus);
-        EXPECT_FALSE(kMod(r, {seven, m}) || kModMul(r, {seven, seven, m}) || kModSub(r, {seven, seven, m}));
-    }
-    EXPECT_FALSE(kSubWord(r, {test::of({4})}));
-    EXPECT_EQ(test::words_of(r), word_list{9});
 }
 
 TEST_F(SecretArithmetic, WithoutMemoryTheResultIsAsBeforeAndNothingStaysBehind)
 {
     number_source source{1};
     const bigint a = source.number(40), b = source.number(30, true), m = source.number(32, true);
-    for (const auto& [run, count] : kAll) {
+    for (const operation& run : {kMod, kModMul, kModSub, kMulAdd, kSubWord}) {
         int failures = 0;
         for (bool done = false; !done; ++failures) {
             const bigint r = test::of({9});

@@ -161,31 +161,6 @@ TEST(Words, GiveThePublishedOneWordResults)
     EXPECT_EQ(zrc_Div_Words(5, 0, 2), 0x80000000U) << "the low word of 2^33 + 2^31";
 }
 
-// Both are defined by what they give for operands filled up with zeros.
-TEST(Words, CompareAndSubtractOperandsOfDifferentLengths)
-{
-    test::number_source random{2};
-    for (int round = 0; round < 2000; ++round) {
-        const words a = random.words(random.upto(9));
-        words b = random.words(random.upto(9));
-        const std::size_t longer = std::max(a.size(), b.size()), shorter = std::min(a.size(), b.size());
-        if (round % 2 == 0) std::copy_n(a.begin(), shorter, b.begin()); // equal low parts
-        const words whole_a = resized(a, longer), whole_b = resized(b, longer);
-        const auto common = std::int32_t(shorter), difference = count(a) - count(b);
-
-        const auto order =
-            std::lexicographical_compare_three_way(whole_a.rbegin(), whole_a.rend(), whole_b.rbegin(), whole_b.rend());
-        EXPECT_EQ(zrc_Cmp_Parts(a.data(), b.data(), common, difference), order < 0 ? -1 : order > 0 ? 1 : 0);
-
-        words expected(longer);
-        const auto borrow = zrc_Sub_Words(expected.data(), whole_a.data(), whole_b.data(), std::int32_t(longer));
-        const words found = result(longer, 0, [&](auto* r, auto*) {
-            EXPECT_EQ(zrc_Sub_Part_Words(r, a.data(), b.data(), common, difference), borrow);
-        });
-        EXPECT_EQ(found, expected);
-    }
-}
-
 // Word counts around the thresholds, with and without a word that is no whole limb, then longer ones.
 TEST(Words, AgreeWithProductsOnPaper)
 {

@@ -1,6 +1,5 @@
-// The ARIA engine: tables, schedules and single blocks against RFC 5794, kernels against each other.
+// The ARIA engine: schedules and single blocks against RFC 5794, kernels against each other.
 #include "cipher/aria_engine.hpp"
-#include "cipher/aria_tables.hpp"
 #include "tests/cipher/engine.hpp"
 
 namespace {
@@ -16,27 +15,6 @@ ZRC_ARIA_KEY keyed(decltype(zrc_Init_Encrypt_ARIA_Key)* init, const bytes& key)
 std::string hex_words(const std::uint32_t* words, std::size_t count)
 {
     return test::hex_words(std::span{words, count});
-}
-
-TEST(AriaEngine, TablesAreThoseOfTheStandard)
-{
-    const test::stanza tables = test::read_vectors("aria.txt", "ARIA tables").front();
-    const struct {
-        const char* name;
-        const zrc::aria_word_box& box;
-        std::uint32_t pattern; // bytes that hold the entry
-    } kBoxes[]{
-        {"sb1", zrc::S1, 0x00010101},
-        {"sb2", zrc::S2, 0x01000101},
-        {"sb3", zrc::X1, 0x01010001},
-        {"sb4", zrc::X2, 0x01010100},
-    };
-    for (const auto& [name, box, pattern] : kBoxes)
-        for (std::size_t x = 0; x < 256; ++x)
-            ASSERT_EQ(box[x], tables[name].at(x) * pattern) << name << " " << x;
-
-    static_assert(sizeof zrc::KRK == 48);
-    EXPECT_EQ(hex_words(zrc::KRK[0], 12), test::hex(tables["c1"]) + test::hex(tables["c2"]) + test::hex(tables["c3"]));
 }
 
 TEST(AriaEngine, ExpandsKeys)
@@ -99,11 +77,6 @@ TEST(AriaEngine, CryptsSingleBlocks)
             const ZRC_ARIA_KEY forward = keyed(zrc_Init_Encrypt_ARIA_Key, vector["key"]);
             const ZRC_ARIA_KEY backward = keyed(zrc_Init_Decrypt_ARIA_Key, vector["key"]);
             test::expect_vector(zrc_ARIA_Encrypt_Block, forward, zrc_ARIA_Decrypt_Block, backward, vector, 16);
-
-            // Keyed for the other direction: no crash, and not the right answer.
-            bytes data(16);
-            zrc_ARIA_Decrypt_Block(vector["ciphertext"].data(), data.data(), &forward);
-            EXPECT_NE(std::memcmp(data.data(), vector["plaintext"].data(), 16), 0);
         }
     }
 }

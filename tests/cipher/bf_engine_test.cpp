@@ -1,7 +1,5 @@
-// The engine of Blowfish: tables, key expansion and single blocks against the published values, kernels against
-// single blocks.
+// The engine of Blowfish: key expansion and single blocks against the published values, kernels against single blocks.
 #include "cipher/bf_engine.hpp"
-#include "cipher/bf_tables.hpp"
 #include "core/bytes.hpp"
 #include "kestrim_crypto.h"
 #include "tests/cipher/engine.hpp"
@@ -29,12 +27,6 @@ std::string checksum(const ZRC_BF_KEY& schedule)
     bytes digest(32);
     EXPECT_EQ(ZRC_DIGEST(ZRC_SHA256, data.data(), std::int32_t(data.size()), digest.data(), nullptr), 0U);
     return test::hex(digest);
-}
-
-TEST(BlowfishEngine, TablesAreThoseOfPi)
-{
-    const test::stanza tables = test::read_vectors("blowfish.txt", "Blowfish tables").front();
-    EXPECT_EQ(checksum(zrc::kBlowfishPi), test::hex(tables["sha256_p_then_s"]));
 }
 
 TEST(BlowfishEngine, ExpandsKeysAndTransformsBlocksAsPublished)

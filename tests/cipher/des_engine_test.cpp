@@ -78,22 +78,6 @@ TEST(DesEngine, TransformsThePublishedBlocks)
             expect_ede(vector["key"], vector);
 }
 
-TEST(DesEngine, WeakKeysAreAccepted)
-{
-    const bytes plain{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF};
-    const auto undoes = [&](const bytes& first, const bytes& second) {
-        bytes block(8);
-        const ZRC_DES_KEY one = des_key(first, kEncryption), other = des_key(second, kEncryption);
-        zrc_DES_Encrypt_Block(plain.data(), block.data(), &one);
-        zrc_DES_Encrypt_Block(block.data(), block.data(), &other);
-        return block == plain;
-    };
-    for (const test::stanza& weak : test::read_vectors("des.txt", "DES weak keys"))
-        EXPECT_TRUE(undoes(weak["key"], weak["key"])) << weak.place;
-    for (const test::stanza& pair : test::read_vectors("des.txt", "DES semi-weak pairs"))
-        EXPECT_TRUE(undoes(pair["key1"], pair["key2"])) << pair.place;
-}
-
 TEST(DesEngine, BadArgumentsLeaveTheScheduleAlone)
 {
     test::expect_refusals<ZRC_DES_KEY>(des_init(kEncryption), 0x0801002B, {});

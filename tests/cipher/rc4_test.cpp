@@ -1,4 +1,4 @@
-// RC4: RFC 6229, encryptions, pieces, codes, and units that were never keyed.
+// RC4: RFC 6229, encryptions, pieces, and codes.
 #include "kestrim/memory.h"
 #include "kestrim/rc4.h"
 #include "tests/cipher/engine.hpp"
@@ -75,20 +75,6 @@ TEST(Rc4, RefusesBadInput)
     EXPECT_EQ(ZRC_Do_RC4(&unit, in, 0, out), kBadInput);
     EXPECT_EQ(ZRC_Do_RC4(&unit, in, 4, nullptr), kBadInput);
     EXPECT_TRUE(same(unit, before));
-}
-
-TEST(Rc4, UnitsNeedNotBeKeyed)
-{
-    test::repeatable random{4};
-    bytes data(1000);
-    for (int i = 0; i < 50; ++i) {
-        const bytes garbage = random.data(sizeof(ZRC_RC4_UNIT));
-        ZRC_RC4_UNIT unit;
-        std::memcpy(&unit, garbage.data(), sizeof unit);
-        EXPECT_EQ(ZRC_Do_RC4(&unit, data.data(), 1000, data.data()), 0U);
-        EXPECT_LT(unit.x, 256U);
-        EXPECT_LT(unit.y, 256U);
-    }
 }
 
 TEST(Rc4, CleansUnits)

@@ -34,17 +34,11 @@ TEST(Rc5Engine, ExpandsKeysAndTransformsBlocksAsPublished)
     }
 }
 
-TEST(Rc5Engine, KeysEndInZeroBytesUpToAWholeWord)
+TEST(Rc5Engine, NoKeyIsOneWordOfZeros)
 {
-    for (const std::size_t length : {5U, 6U, 7U}) {
-        bytes key(length, 0x5C);
-        const ZRC_RC5_KEY schedule = keyed(key);
-        key.resize(8);
-        EXPECT_TRUE(test::same(schedule, keyed(key))) << length;
-    }
     auto empty = test::filled<ZRC_RC5_KEY>(0);
     EXPECT_EQ(zrc_Init_Encrypt_RC5_Key(bytes(1).data(), 0, &empty), 0U);
-    EXPECT_TRUE(test::same(empty, keyed(bytes(4, 0)))) << "no key is one word of zeros";
+    EXPECT_TRUE(test::same(empty, keyed(bytes(4, 0))));
 }
 
 TEST(Rc5Engine, BadArgumentsLeaveTheScheduleAlone)

@@ -1,7 +1,6 @@
-// SEED and SEED-256: tables, key schedules and single blocks against the published vectors, and every kernel against
-// the portable one.
+// SEED and SEED-256: key schedules and single blocks against the published vectors, and every kernel against the
+// portable one.
 #include "cipher/seed_engine.hpp"
-#include "cipher/seed_tables.hpp"
 #include "tests/cipher/engine.hpp"
 
 namespace {
@@ -18,17 +17,6 @@ void expect_block(const test::stanza& vector)
 {
     const ZRC_SEED_KEY schedule = schedule_of(vector["key"]);
     test::expect_vector(zrc_SEED_Encrypt_Block, schedule, zrc_SEED_Decrypt_Block, schedule, vector, 16);
-}
-
-TEST(SeedEngine, ComputesThePublishedTables)
-{
-    const test::stanza tables = test::read_vectors("seed.txt", "SEED tables").at(0);
-    EXPECT_EQ(test::bytes(zrc::kSeedS1.begin(), zrc::kSeedS1.end()), tables["s1"]);
-    EXPECT_EQ(test::bytes(zrc::kSeedS2.begin(), zrc::kSeedS2.end()), tables["s2"]);
-    std::string expected;
-    for (const char* name : {"ss0", "ss1", "ss2", "ss3"})
-        expected += test::hex(tables[name]);
-    EXPECT_EQ(test::hex_words(std::span<const std::uint32_t>{zrc::SEED_BOX}), expected);
 }
 
 TEST(SeedEngine, GivesThePublishedRoundKeysAndBlocks)

@@ -113,20 +113,4 @@ TEST(Dsa, RefusesWhatCannotBeGeneratedOrVerified)
     EXPECT_EQ(run(unit, kVerify, ZRC_SHA256, kMessage, s), 0x0C060046U);
 }
 
-TEST(Dsa, GeneratesParametersAndKeys)
-{
-    const dsa_unit unit = tiny_key<dsa_unit>(5);
-    ASSERT_EQ(ZRC_Generate_DSA_Params(unit, 1024, 160, ZRC_SHA1), 0U);
-    EXPECT_TRUE(unit->seed_length == 20 && unit->seed_digest_id == ZRC_SHA1 && !unit->x && !unit->y);
-    ASSERT_EQ(ZRC_Generate_DSA_Key_Pair(unit), 0U);
-    const bigint x{ZRC_Dup_BIGINT(unit->x)}, y{ZRC_Dup_BIGINT(unit->y)};
-    ASSERT_EQ(ZRC_Generate_DSA_Key_Pair(unit), 0U);
-    EXPECT_NE(ZRC_Cmp_BIGINT(unit->x, x), 0);
-    ASSERT_EQ(ZRC_Set_DSA_Params(unit, unit->p, unit->q, unit->g, x, y), 0U);
-    EXPECT_EQ(unit->seed_length, 0);
-    signature s;
-    ASSERT_EQ(run(unit, kSign, ZRC_SHA256, kMessage, s), 0U);
-    EXPECT_EQ(run(unit, kVerify, ZRC_SHA256, kMessage, s), 0U);
-}
-
 } // namespace

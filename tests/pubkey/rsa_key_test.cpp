@@ -60,21 +60,6 @@ TEST(RsaKey, PublicValuesAddTheirFlags)
     }
 }
 
-TEST(RsaKey, NumbersAreCopiedWithoutZeroWordsEvenFromTheUnitItself)
-{
-    const rsa_unit unit{ZRC_New_RSA()}, own = key().unit("nedc");
-    word_list n = words_of(key().n), e = words_of(key().e);
-    n.push_back(0);
-    e.insert(e.end(), 3, 0);
-    ASSERT_EQ(load_rsa(unit, of(n), of(e), of(n)), 0U);
-    EXPECT_TRUE(words_of(*unit->n) == words_of(key().n) && words_of(*unit->e) == words_of(key().e));
-
-    ASSERT_EQ(ZRC_Set_RSA_Params(own, own->n, own->e, own->d, own->p, own->q, own->dP, own->dQ, own->qInv), 0U);
-    EXPECT_EQ(words_of(*own->qInv), words_of(key().qinv));
-    ASSERT_EQ(ZRC_Set_RSA_Public_Params(own, own->n, own->e), 0U);
-    EXPECT_EQ(words_of(*own->n), words_of(key().n));
-}
-
 // r is n - 1 or above, and below the next power of two: reduced, it is n - 1 or below the distance of the two.
 TEST(RsaKey, TheBlindingPairIsOnePairOfAFactorNotBelowTheModulus)
 {
@@ -130,7 +115,7 @@ TEST(RsaKey, CleanKeepsWhatIsNotTheKeyAndDupCopiesIt)
     EXPECT_TRUE(is_clean(*rsa_unit{ZRC_Dup_RSA(unit)}));
 }
 
-TEST(RsaKey, NullsAndLengths)
+TEST(RsaKey, NullsAndNewUnits)
 {
     const bigint& n = key().n;
     const rsa_unit unit{ZRC_New_RSA()};
@@ -142,10 +127,6 @@ TEST(RsaKey, NullsAndLengths)
     EXPECT_EQ(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length(unit, 20), 0U);
     EXPECT_EQ(with_each_bad(zrc_Set_RSASSA_PKCS1_PSS_SALT_Length, unit, 0), codes(2, 1));
     EXPECT_EQ(unit->pss_salt_length, 20);
-    for (const auto& [words, length] : {std::pair{word_list{0, 1}, 5U}, {{0xFF}, 1U}, {{0x100}, 2U}}) {
-        EXPECT_EQ(ZRC_Set_RSA_Public_Params(unit, of(words), n), 0U);
-        EXPECT_EQ(ZRC_Get_RSA_Length(unit), length);
-    }
 }
 
 constexpr struct {

@@ -17,7 +17,6 @@
 #include <list>
 #include <pthread.h>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <sys/wait.h>
@@ -291,14 +290,8 @@ TEST(EntropyTable, ReadsPairsOfLines)
         EXPECT_EQ(table_of(tree, text), table);
 
     ZRC_ENTROPY_TABLE_ENTRY* list = nullptr;
-    load_ugly_table(tree.path("missing"), &list);
-    load_ugly_table(tree.path("task"), &list);
-    load_ugly_table(nullptr, &list);
-    load_ugly_table(tree.path("snmp"), nullptr);
-    EXPECT_EQ(list, nullptr);
     load_ugly_table(tree.path("netstat"), &list);
     EXPECT_EQ(table_of(tree, "Ip: A B\nIp: 1 2\n", list), "IpA=1 IpB=2 IpExtInOctets=1 ") << "in front of the list";
-    free_ugly_table(nullptr);
 }
 
 TEST(EntropyTableDeathTest, AMalformedPairAbortsTheProcess)
@@ -431,16 +424,6 @@ TEST(EntropyProcess, LeavesNoDescriptorNoChildAndNoChangedSignal)
     });
 }
 
-TEST(EntropyProcess, AStoppedChildDoesNotKeepItWaiting)
-{
-    in_a_fresh_process([] {
-        ASSERT_EQ(pthread_atfork(nullptr, nullptr, [] { std::raise(SIGSTOP); }), 0);
-        const unit_ptr unit = new_unit(3);
-        EXPECT_EQ(zrc_Collect_ENTROPY(unit), 0u);
-        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-    });
-}
-
 #ifdef __SANITIZE_THREAD__ // its _exit writes what is buffered
 constexpr char kWrittenOnce[] = "^once;once;handler;$";
 #else
@@ -460,18 +443,6 @@ TEST(EntropyProcessDeathTest, TheChildRunsNoHandlersAndWritesNothingTwice)
             std::exit(zrc_Get_ENTROPY(out, sizeof out, 3, ZRC_SHA256) == 0 ? 0 : 1);
         },
         testing::ExitedWithCode(0), kWrittenOnce);
-}
-
-TEST(EntropyProcessDeathTest, AFailingForkEndsTheProcess)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto collect_without_processes = [](std::uint32_t level) {
-        const rlimit none{0, 0};
-        if (setrlimit(RLIMIT_NPROC, &none) != 0 || (geteuid() == 0 && setuid(65534) != 0)) _exit(99);
-        _exit(int(zrc_Collect_ENTROPY(new_unit(level))) + 50);
-    };
-    EXPECT_EXIT(collect_without_processes(2), testing::ExitedWithCode(50), "^$");
-    EXPECT_EXIT(collect_without_processes(3), testing::ExitedWithCode(1), "^$");
 }
 
 TEST(EntropyProcessDeathTest, TheRandomDeviceIsNotReadThroughAStandardDescriptor)

@@ -7,7 +7,6 @@
 #include "kestrim/prng.h"
 #include "kestrim/sha.h"
 #include "random/prng.hpp"
-#include "random/process_number.hpp"
 #include "tests/random/child_process.hpp"
 #include "tests/support.hpp"
 
@@ -203,24 +202,6 @@ TEST(Prng, NoChildRepeatsItsParent)
     test::expect_all_different(children + own, 40, 7);
     EXPECT_EQ(hex(own), hex(same.get(40))); // in the parent, nothing has changed
     EXPECT_EQ(hex(draw()), hex(same.get(40)));
-}
-
-TEST(Prng, NoProcessHasTheNumberOfAnAncestor)
-{
-    const auto number = [] {
-        bytes n(4);
-        zrc::store_be32(n.data(), zrc::process_number());
-        return n;
-    };
-    const bytes own = number();
-    EXPECT_EQ(own, number());
-    const auto ask_and_fork = [&] {
-        const bytes mine = number(); // asked before its child does
-        return mine + in_a_child(number);
-    };
-    test::expect_all_different(bytes(4) + own + in_a_child(ask_and_fork), 4, 4);
-    EXPECT_NE(in_a_child([&] { return in_a_child(number); }), own); // of a child that never asked
-    EXPECT_EQ(number(), own);
 }
 
 TEST(Prng, Codes)
