@@ -248,7 +248,7 @@ public:
         std::size_t bits = N * kLimbBits;
         while ((m[(bits - 1) / kLimbBits] >> ((bits - 1) % kLimbBits) & 1) == 0)
             --bits;
-        matrices_ = divstep_inverse<N>::matrices(bits);
+        matrices_ = divsteps::matrices_for(bits);
     }
 
     const limb* modulus() const noexcept { return m_.v; }
@@ -316,14 +316,14 @@ public:
     // The inverse, if there is one; 0 of 0.
     void inverse(element& r, const element& a) const noexcept
     {
-        divstep_inverse<N>::run(r.v, a.v, m_.v, n0_, matrices_);
+        set_inverse(r.v, a.v, m_.v, n0_, matrices_);
         mul(r, r, cube_);
     }
 
     // The same of a plain number below m. All ones if it is the inverse.
     limb_mask plain_inverse(element& r, const element& a) const noexcept
     {
-        return divstep_inverse<N>::run(r.v, a.v, m_.v, n0_, matrices_);
+        return set_inverse(r.v, a.v, m_.v, n0_, matrices_);
     }
 
     static limb_mask is_zero(const element& a) noexcept
